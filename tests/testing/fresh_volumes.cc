@@ -1,0 +1,49 @@
+// Private, empty copies of the service's fixed directories for tests that need the real paths.
+#include "testing/fresh_volumes.h"
+
+#include <errno.h>
+#include <sched.h>
+#include <string.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace sarvik::testing {
+
+bool mount_tmpfs(const std::string& path, unsigned long size_kib, std::string* why) {
+  std::string options = "mode=0755";
+  if (size_kib != 0) options += ",size=" + std::to_string(size_kib) + "k";
+  if (mount("tmpfs", path.c_str(), "tmpfs", 0, options.c_str()) != 0) {
+    *why = "mount tmpfs on " + path + ": " + strerror(errno);
+    return false;
+  }
+  return true;
+}
+
+bool enter_fresh_volumes(std::string* why) {
+  if (geteuid() != 0) {
+    *why = "needs root for a private mount namespace";
+    return false;
+  }
+  if (unshare(CLONE_NEWNS) != 0) {
+    *why = std::string("unshare(CLONE_NEWNS): ") + strerror(errno);
+    return false;
+  }
+  if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+    *why = std::string("make / private: ") + strerror(errno);
+    return false;
+  }
+  // /mnt is replaced as a whole so that /mnt/data need not exist on the host.
+  if (!mount_tmpfs("/mnt", 0, why) || !mount_tmpfs("/tmp", 0, why) ||
+      !mount_tmpfs("/var/lock", 0, why)) {
+    return false;
+  }
+  if (mkdir("/mnt/data", 0755) != 0) {
+    *why = std::string("mkdir /mnt/data: ") + strerror(errno);
+    return false;
+  }
+  chmod("/tmp", 01777);
+  return true;
+}
+
+}  // namespace sarvik::testing

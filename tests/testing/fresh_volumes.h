@@ -1,0 +1,31 @@
+// Private, empty copies of the service's fixed directories for tests that need the real paths.
+#ifndef SARVIK_TESTING_FRESH_VOLUMES_H_
+#define SARVIK_TESTING_FRESH_VOLUMES_H_
+
+#include <string>
+
+namespace sarvik::testing {
+
+// Moves the calling process into a new private mount namespace and mounts fresh, empty tmpfs
+// file systems on /mnt (with an empty /mnt/data in it), /tmp and /var/lock. The host's
+// directories are never touched. Needs root; returns false with a reason in `why` otherwise.
+// Call it from the test's thread before the test starts any thread or child process; children
+// forked afterwards share the private view. Each call stacks a new, empty set on top.
+bool enter_fresh_volumes(std::string* why);
+
+// Mounts a tmpfs of `size_kib` KiB on `path` inside the current private namespace; returns false
+// with a reason in `why` on failure.
+bool mount_tmpfs(const std::string& path, unsigned long size_kib, std::string* why);
+
+}  // namespace sarvik::testing
+
+// In a test body or fixture set-up: skips the test when fresh volumes cannot be had (not root).
+#define SARVIK_REQUIRE_FRESH_VOLUMES()                                  \
+  do {                                                                  \
+    std::string fresh_volumes_why;                                      \
+    if (!::sarvik::testing::enter_fresh_volumes(&fresh_volumes_why)) {  \
+      GTEST_SKIP() << fresh_volumes_why;                                \
+    }                                                                   \
+  } while (0)
+
+#endif  // SARVIK_TESTING_FRESH_VOLUMES_H_
