@@ -13,10 +13,10 @@ namespace sarvik::testing {
 TempDir::TempDir() {
   char templ[] = "/tmp/sarvik-test.XXXXXX";
   if (mkdtemp(templ) == nullptr) throw std::runtime_error("mkdtemp failed");
-  path_ = templ;
+  root = templ;
 }
 
-TempDir::~TempDir() { remove_tree(path_); }
+TempDir::~TempDir() { remove_tree(root); }
 
 void remove_tree(const std::string& path) {
   auto remove_one = [](const char* p, const struct stat*, int, struct FTW*) -> int {

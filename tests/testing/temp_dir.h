@@ -15,12 +15,12 @@ class TempDir {
   TempDir(const TempDir&) = delete;
   TempDir& operator=(const TempDir&) = delete;
 
-  const std::string& path() const { return path_; }
+  const std::string& path() const { return root; }
   // The path of `name` inside the directory.
-  std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+  std::string operator/(const std::string& name) const { return root + "/" + name; }
 
  private:
-  std::string path_;
+  std::string root;
 };
 
 // Removes `path` and everything below it; a missing path is no error.
