@@ -20,12 +20,12 @@ bool mount_tmpfs(const std::string& path, unsigned long size_kib, std::string* w
 }  // namespace sarvik::testing
 
 // In a test body or fixture set-up: skips the test when fresh volumes cannot be had (not root).
-#define SARVIK_REQUIRE_FRESH_VOLUMES()                                  \
-  do {                                                                  \
-    std::string fresh_volumes_why;                                      \
-    if (!::sarvik::testing::enter_fresh_volumes(&fresh_volumes_why)) {  \
-      GTEST_SKIP() << fresh_volumes_why;                                \
-    }                                                                   \
+#define SARVIK_REQUIRE_FRESH_VOLUMES()                                 \
+  do {                                                                 \
+    std::string fresh_volumes_why;                                     \
+    if (!::sarvik::testing::enter_fresh_volumes(&fresh_volumes_why)) { \
+      GTEST_SKIP() << fresh_volumes_why;                               \
+    }                                                                  \
   } while (0)
 
 #endif  // SARVIK_TESTING_FRESH_VOLUMES_H_
