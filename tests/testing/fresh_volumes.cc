@@ -25,8 +25,9 @@ bool enter_fresh_volumes(std::string* why) {
     *why = "needs root for a private mount namespace";
     return false;
   }
-  if (unshare(CLONE_NEWNS) != 0) {
-    *why = std::string("unshare(CLONE_NEWNS): ") + strerror(errno);
+  // A network namespace of its own too, so that /proc/net/unix lists this test's sockets only.
+  if (unshare(CLONE_NEWNS | CLONE_NEWNET) != 0) {
+    *why = std::string("unshare: ") + strerror(errno);
     return false;
   }
   if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {

@@ -6,7 +6,8 @@
 
 namespace sarvik::testing {
 
-// Moves the calling process into a new private mount namespace and mounts fresh, empty tmpfs
+// Moves the calling process into a new private mount namespace (and a network namespace of its
+// own, so that /proc/net/unix shows only its sockets) and mounts fresh, empty tmpfs
 // file systems on /mnt (with an empty /mnt/data in it), /tmp and /var/lock. The host's
 // directories are never touched. Needs root; returns false with a reason in `why` otherwise.
 // Call it from the test's thread before the test starts any thread or child process; children

@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# The demo's part inside the private namespace: set up the appliance's directories, then run the
+# service in the foreground. Everything is read before the mounts, in case the checkout itself
+# lies under one of the mounted directories.
+set -euo pipefail
+repo=$1
+settings=$(cat "$repo/packaging/examples/config-sarvik.xml")
+notice=$(cat "$repo/packaging/examples/config-notice.xml" 2>/dev/null || true)
+stub=$(cat "$repo/scripts/demo/notice-stub.sh")
+exec 3<"$repo/build/release/src/sarvik" 4<"$repo/build/release/tools/sarvik-send"
+echo $$ >"$repo/build/demo.pid"
+
+for dir in /mnt /tmp /var/lock; do mount -t tmpfs -o mode=0755 tmpfs "$dir"; done
+chmod 1777 /tmp
+mkdir -p /mnt/data/xmlconf /mnt/data/bin /mnt/data/conf/sarvik /mnt/data/logs /tmp/demo-bin
+printf '%s\n' "$settings" >/mnt/data/xmlconf/config-sarvik.xml
+[ -z "$notice" ] || printf '%s\n' "$notice" >/mnt/data/xmlconf/config-notice.xml
+for script in orl_eventlog.py orl_buzzer.py orl_mailsend.py; do
+  printf '%s\n' "$stub" >/mnt/data/bin/$script
+  chmod 755 /mnt/data/bin/$script
+done
+cat <&4 >/tmp/demo-bin/sarvik-send
+chmod 755 /tmp/demo-bin/sarvik-send
+
+cat <<MSG
+sarvik runs in the foreground (pid $$) on /mnt/data/xmlconf/config-sarvik.xml; Ctrl-C stops it.
+In a second terminal, in the checkout, send a record and look at the logs:
+  scripts/in-demo.sh sarvik-send system "\$(date +%s)" hello from-the demo
+  scripts/in-demo.sh sarvik-send access alice pc1 192.0.2.7 open 1 0 docs 'r|report.txt'
+  scripts/in-demo.sh sh -c 'tail -n +1 /mnt/data/logs/*/*/*.csv'
+----------------------------------------------------------------------------------------------
+MSG
+exec /proc/self/fd/3

@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Runs every test: unit and end-to-end tests in a build with warnings as errors, all of them again
+# under AddressSanitizer + UndefinedBehaviorSanitizer (leaks count as failures), and the threaded
+# tests under ThreadSanitizer. End-to-end tests need root (private mount namespaces).
+set -uo pipefail
+cd "$(dirname "$0")/.."
+scripts/install-deps.sh || exit 1
+
+jobs=$(nproc)
+failed=()
+
+run_tree() {  # <name> <ctest options> -- <cmake options>
+  local name=$1 ctest_options=$2
+  shift 2
+  echo "=== $name: build"
+  if ! scripts/build.sh "build/$name" "$@"; then
+    failed+=("$name (build)")
+    return
+  fi
+  echo "=== $name: test"
+  # shellcheck disable=SC2086
+  ctest --test-dir "build/$name" -j "$jobs" --output-on-failure --timeout 900 $ctest_options ||
+    failed+=("$name")
+}
+
+export ASAN_OPTIONS=detect_leaks=1:abort_on_error=0:strict_string_checks=1
+export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
+
+run_tree release "" -DCMAKE_BUILD_TYPE=RelWithDebInfo
+run_tree asan "" -DSARVIK_SANITIZE=address -DSARVIK_BENCH=OFF
+run_tree tsan "-L threaded" -DSARVIK_SANITIZE=thread -DSARVIK_BENCH=OFF
+
+if [ ${#failed[@]} -ne 0 ]; then
+  echo "FAILED: ${failed[*]}"
+  exit 1
+fi
+echo "All tests passed."

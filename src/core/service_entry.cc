@@ -1,0 +1,46 @@
+// The process entry of the service.
+#include "core/service_entry.h"
+
+#include <unistd.h>
+
+#include <iostream>
+#include <stdexcept>
+#include <string>
+
+#include "core/reload_flag.h"
+#include "core/server.h"
+
+namespace sarvik {
+
+namespace {
+
+// Exit status of every failure that ends the service.
+constexpr int kFailureStatus = 2;
+
+bool asks_for_daemon(int argc, char** argv) {
+  if (argc < 2) return false;
+  std::string first = argv[1];
+  return first == "-D" || first == "--daemon";
+}
+
+}  // namespace
+
+int run_service(int argc, char** argv) {
+  try {
+    // From here on, under -D, the standard streams go to the null device.
+    if (asks_for_daemon(argc, argv) && daemon(0, 0) != 0) {
+      throw std::runtime_error("daemon fail!");
+    }
+    install_signal_handlers();
+    server_main();
+  } catch (const std::runtime_error& error) {
+    std::cerr << "Error: " << error.what() << std::endl;
+  } catch (const std::logic_error& error) {
+    std::cerr << "Error: " << error.what() << std::endl;
+  } catch (...) {
+    std::cerr << "Error: unknown exception\n";
+  }
+  return kFailureStatus;
+}
+
+}  // namespace sarvik
