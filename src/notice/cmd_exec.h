@@ -16,8 +16,8 @@ namespace sarvik {
 //
 // A non-zero status is returned when `error_text` is null; with any other `error_text`, even "",
 // it raises CmdExecError with `command`, a blank and `error_text`, `exec_failed` false and the
-// status. A failure to start the child raises CmdExecError with `exec_failed` true; a failed wait
-// ends the process. No state is kept; any thread may call them.
+// status. An exception out of the child-process class raises CmdExecError with `exec_failed`
+// true, except a failed wait, which ends the process. No state is kept; any thread may call them.
 int cmd_exec(const std::string& command, char* const* argv, std::ostream* output,
              const char* error_text);
 // `args` become the null-terminated argument array, in order; an empty `args` gives no program.
