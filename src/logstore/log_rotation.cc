@@ -41,8 +41,8 @@ void LogFile::roll(time_t when) {
   if (is_open()) return;
   ensure_dir(log_root);
   ensure_dir(dir);
-  // With append alone the position reads 0 whatever the file holds; `ate` puts it at the end, so
-  // that it tells whether the file is empty.
+  // Append alone leaves the starting position to the library; `ate` puts it at the end, so that a
+  // position of 0 means an empty file.
   open(file_path, std::ios::out | std::ios::app | std::ios::ate);
   if (!is_open()) {
     file_path.clear();
