@@ -18,7 +18,7 @@ inline constexpr mode_t kFileMode = 0666;
 // A file that already holds this many lines takes no more; the next line starts a new file.
 inline constexpr int kLineLimit = 65535;
 
-// The length of a day for the age of a log file; daylight-saving days get no special treatment.
+// The length of a day for the age of a log file; a daylight-saving change gets no allowance.
 inline constexpr long kSecondsPerDay = 86400;
 
 }  // namespace sarvik

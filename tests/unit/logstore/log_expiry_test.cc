@@ -49,6 +49,13 @@ class LogExpiry : public ::testing::Test {
   }
 
   LogFile system_log() { return LogFile(vol, "systemlog", "system_", ".csv", tmp->path()); }
+  // One line through a fresh object with `settings`, as a request handler writes it. The line
+  // itself may not fit on a full volume; these tests look at the pass only.
+  void write_with(const AutoDelete& settings, time_t when) {
+    LogFile log = system_log();
+    log.auto_delete = settings;
+    log.write_line(when, "x");
+  }
 
   // An empty file at `relative` below the log root, its directories made as needed.
   void put(const std::string& relative) {
@@ -105,16 +112,12 @@ TEST_F(LogExpiry, PercentZeroRunsOnlyOnAFullVolume) {
   put(kOldFile);
   fill(100);
   ASSERT_GT(free_percent(), 0);
-  LogFile roomy = system_log();
-  roomy.auto_delete = AutoDelete{true, 30, 0};
-  roomy.write_line(when, "x");
+  write_with(AutoDelete{true, 30, 0}, when);
   EXPECT_TRUE(has(kOldFile));
 
   fill(kVolumeKib);
   ASSERT_EQ(free_percent(), 0);
-  LogFile full = system_log();
-  full.auto_delete = AutoDelete{true, 30, 0};
-  full.write_line(when, "y");  // the line itself may not fit; only the pass matters here
+  write_with(AutoDelete{true, 30, 0}, when);
   EXPECT_FALSE(has(kOldFile));
 }
 
@@ -122,16 +125,12 @@ TEST_F(LogExpiry, PercentHundredRunsEvenOnAnEmptyVolumeAndNinetyNineDoesNot) {
   const time_t when = local_time(2017, 4, 20, 12);
   put(kOldFile);
   ASSERT_EQ(free_percent(), 100);
-  LogFile gate_shut = system_log();
-  gate_shut.auto_delete = AutoDelete{true, 30, 99};
-  gate_shut.write_line(when, "x");
+  write_with(AutoDelete{true, 30, 99}, when);
   EXPECT_TRUE(has(kOldFile));
 
   put("201601/system_20160102000000.csv");
   ASSERT_EQ(free_percent(), 99);  // the one current log file now takes a block
-  LogFile always = system_log();
-  always.auto_delete = AutoDelete{true, 30, 100};
-  always.write_line(when, "y");
+  write_with(AutoDelete{true, 30, 100}, when);
   EXPECT_FALSE(has(kOldFile));
   EXPECT_FALSE(has("201601/system_20160102000000.csv"));
 }
@@ -140,9 +139,7 @@ TEST_F(LogExpiry, DisabledExpiryKeepsOldFilesEvenOnAFullVolume) {
   put(kOldFile);
   fill(kVolumeKib);
   ASSERT_EQ(free_percent(), 0);
-  LogFile log = system_log();
-  log.auto_delete = AutoDelete{false, 0, 100};
-  log.write_line(local_time(2017, 4, 20, 12), "x");
+  write_with(AutoDelete{false, 0, 100}, local_time(2017, 4, 20, 12));
   EXPECT_TRUE(has(kOldFile));
 }
 
@@ -168,9 +165,7 @@ TEST_F(LogExpiry, AgeIsTruncatedToWholeDays) {
   put("201703/system_20170321130000.csv");  // 29 days 23 hours
   put("201703/system_20170321120000.csv");  // 30 days
   put("201703/system_20170201000000.csv");  // an older name in a younger directory still goes
-  LogFile log = system_log();
-  log.auto_delete = AutoDelete{true, 30, 100};
-  log.write_line(when, "x");
+  write_with(AutoDelete{true, 30, 100}, when);
   EXPECT_TRUE(has("201703/system_20170321130000.csv"));
   EXPECT_FALSE(has("201703/system_20170321120000.csv"));
   EXPECT_FALSE(has("201703/system_20170201000000.csv"));
@@ -178,9 +173,7 @@ TEST_F(LogExpiry, AgeIsTruncatedToWholeDays) {
 
 TEST_F(LogExpiry, MonthDirectoryIsEnteredOnlyWhenItsFirstDayIsOldEnough) {
   put("201704/system_20170101000000.csv");  // April's first day is 19 days old
-  LogFile log = system_log();
-  log.auto_delete = AutoDelete{true, 30, 100};
-  log.write_line(local_time(2017, 4, 20, 12), "x");
+  write_with(AutoDelete{true, 30, 100}, local_time(2017, 4, 20, 12));
   EXPECT_TRUE(has("201704/system_20170101000000.csv"));
 }
 
@@ -188,9 +181,7 @@ TEST_F(LogExpiry, FutureStampsStayWhateverTheDays) {
   put("201705/system_20170101000000.csv");  // a directory of a month to come is not entered
   put("201704/system_20170421000000.csv");
   put("201704/system_20170420115959.csv");
-  LogFile log = system_log();
-  log.auto_delete = AutoDelete{true, 0, 100};
-  log.write_line(local_time(2017, 4, 20, 12), "x");
+  write_with(AutoDelete{true, 0, 100}, local_time(2017, 4, 20, 12));
   EXPECT_TRUE(has("201705/system_20170101000000.csv"));
   EXPECT_TRUE(has("201704/system_20170421000000.csv"));
   EXPECT_FALSE(has("201704/system_20170420115959.csv"));
@@ -211,9 +202,7 @@ TEST_F(LogExpiry, OnlyThisLogsNamesWithAnAcceptedDateGo) {
   put("201703/system_20170301000000.csv");
   put("201703/system_201703010000009.csv");  // fifteen digits: the first fourteen count
   make_dirs(root + "/201703/system_20170301000001.csv");  // cannot be unlinked; passed over
-  LogFile log = system_log();
-  log.auto_delete = AutoDelete{true, 30, 100};
-  log.write_line(local_time(2017, 4, 20, 12), "x");
+  write_with(AutoDelete{true, 30, 100}, local_time(2017, 4, 20, 12));
   Names left = stay;
   left.push_back("system_20170301000001.csv");
   std::sort(left.begin(), left.end());
@@ -223,23 +212,18 @@ TEST_F(LogExpiry, OnlyThisLogsNamesWithAnAcceptedDateGo) {
 TEST_F(LogExpiry, PlainFilesInTheLogRootArePassedOver) {
   put("system_20160101000000.csv");
   put("201601");
-  LogFile log = system_log();
-  log.auto_delete = AutoDelete{true, 0, 100};
-  log.write_line(local_time(2017, 4, 20, 12), "x");
+  write_with(AutoDelete{true, 0, 100}, local_time(2017, 4, 20, 12));
   EXPECT_TRUE(has("system_20160101000000.csv"));
   EXPECT_TRUE(has("201601"));
 }
 
 TEST_F(LogExpiry, DirectoriesWithoutAnAcceptedDigitRunAreLeftAlone) {
-  for (const char* dir : {"20160", "2016011", "2016", "backup", "system_2016"}) {
-    put(std::string(dir) + "/system_20160101000000.csv");
-  }
+  const Names wrong = {"20160", "2016011", "2016", "backup", "system_2016"};
+  for (const std::string& dir : wrong) put(dir + "/system_20160101000000.csv");
   put("archive_201601/system_20160101000000.csv");  // six digits anywhere make a month
-  LogFile log = system_log();
-  log.auto_delete = AutoDelete{true, 30, 100};
-  log.write_line(local_time(2017, 4, 20, 12), "x");
-  for (const char* dir : {"20160", "2016011", "2016", "backup", "system_2016"}) {
-    EXPECT_TRUE(has(std::string(dir) + "/system_20160101000000.csv")) << dir;
+  write_with(AutoDelete{true, 30, 100}, local_time(2017, 4, 20, 12));
+  for (const std::string& dir : wrong) {
+    EXPECT_TRUE(has(dir + "/system_20160101000000.csv")) << dir;
   }
   EXPECT_FALSE(has("archive_201601/system_20160101000000.csv"));
 }
@@ -247,9 +231,7 @@ TEST_F(LogExpiry, DirectoriesWithoutAnAcceptedDigitRunAreLeftAlone) {
 TEST_F(LogExpiry, SixDigitFileNameCountsAsTheFirstOfItsMonth) {
   put("201703/system_201703.csv");          // 1 March: exactly 30 days
   put("201703/system_20170302000000.csv");  // 29 days
-  LogFile log = system_log();
-  log.auto_delete = AutoDelete{true, 30, 100};
-  log.write_line(local_time(2017, 3, 31), "x");
+  write_with(AutoDelete{true, 30, 100}, local_time(2017, 3, 31));
   EXPECT_FALSE(has("201703/system_201703.csv"));
   EXPECT_TRUE(has("201703/system_20170302000000.csv"));
 }
@@ -257,9 +239,7 @@ TEST_F(LogExpiry, SixDigitFileNameCountsAsTheFirstOfItsMonth) {
 TEST_F(LogExpiry, EmptiedAndEmptyMonthDirectoriesStay) {
   put(kOldFile);
   make_dirs(root + "/201512");
-  LogFile log = system_log();
-  log.auto_delete = AutoDelete{true, 30, 100};
-  log.write_line(local_time(2017, 4, 20, 12), "x");
+  write_with(AutoDelete{true, 30, 100}, local_time(2017, 4, 20, 12));
   EXPECT_EQ(list_dir(root + "/201601"), Names{});
   EXPECT_EQ(list_dir(root), (Names{"201512", "201601", "201704"}));
 }
@@ -278,9 +258,7 @@ TEST_F(LogExpiry, DaylightSavingChangeIsNotCompensated) {
   ScopedZone central_europe(::sarvik::testing::kCentralEurope);
   put("201703/system_20170321120000.csv");  // 29 days 23 hours before noon of 20 April
   put("201703/system_20170321110000.csv");  // 30 days
-  LogFile log = system_log();
-  log.auto_delete = AutoDelete{true, 30, 100};
-  log.write_line(local_time(2017, 4, 20, 12), "x");
+  write_with(AutoDelete{true, 30, 100}, local_time(2017, 4, 20, 12));
   EXPECT_TRUE(has("201703/system_20170321120000.csv"));
   EXPECT_FALSE(has("201703/system_20170321110000.csv"));
 }
