@@ -10,11 +10,12 @@
 #include <string>
 #include <vector>
 
-#include "local_zone.h"
+#include "local_time.h"
 #include "logstore/log_file.h"
 #include "testing/file_text.h"
 #include "testing/fresh_volumes.h"
 #include "testing/temp_dir.h"
+#include "testing/time_zone.h"
 
 namespace sarvik {
 namespace {
@@ -24,7 +25,7 @@ using ::sarvik::testing::list_dir;
 using ::sarvik::testing::local_time;
 using ::sarvik::testing::make_dirs;
 using ::sarvik::testing::read_file;
-using ::sarvik::testing::ScopedZone;
+using ::sarvik::testing::ScopedTimeZone;
 using ::sarvik::testing::TempDir;
 using ::sarvik::testing::write_file;
 using Names = std::vector<std::string>;
@@ -82,7 +83,7 @@ class LogExpiry : public ::testing::Test {
     close(fd);
   }
 
-  ScopedZone zone{::sarvik::testing::kUtc};
+  ScopedTimeZone zone{::sarvik::testing::kUtc};
   std::unique_ptr<TempDir> tmp;
   std::string vol;
   std::string root;
@@ -255,7 +256,7 @@ TEST_F(LogExpiry, AlertLogWithoutSettingsNeverExpires) {
 // A day is 86400 seconds: across the change to summer time thirty calendar days are one hour
 // short of thirty days.
 TEST_F(LogExpiry, DaylightSavingChangeIsNotCompensated) {
-  ScopedZone central_europe(::sarvik::testing::kCentralEurope);
+  ScopedTimeZone central_europe(::sarvik::testing::kBerlin);
   put("201703/system_20170321120000.csv");  // 29 days 23 hours before noon of 20 April
   put("201703/system_20170321110000.csv");  // 30 days
   write_with(AutoDelete{true, 30, 100}, local_time(2017, 4, 20, 12));
@@ -266,7 +267,7 @@ TEST_F(LogExpiry, DaylightSavingChangeIsNotCompensated) {
 // An unlimited tmpfs reports no blocks at all; it counts as all free instead of dividing by zero.
 TEST(LogExpiryUnlimitedVolume, VolumeWithoutBlocksCountsAsAllFree) {
   SARVIK_REQUIRE_FRESH_VOLUMES();
-  ScopedZone zone(::sarvik::testing::kUtc);
+  ScopedTimeZone zone(::sarvik::testing::kUtc);
   auto tmp = std::make_unique<TempDir>();
   std::string vol = *tmp / "vol";
   make_dirs(vol);

@@ -9,11 +9,11 @@
 #include <memory>
 #include <string>
 
-#include "local_zone.h"
 #include "logstore/directory.h"
 #include "testing/file_text.h"
 #include "testing/fresh_volumes.h"
 #include "testing/temp_dir.h"
+#include "testing/time_zone.h"
 
 namespace sarvik {
 namespace {
@@ -23,7 +23,7 @@ using ::sarvik::testing::file_mode;
 using ::sarvik::testing::list_dir;
 using ::sarvik::testing::make_dirs;
 using ::sarvik::testing::read_file;
-using ::sarvik::testing::ScopedZone;
+using ::sarvik::testing::ScopedTimeZone;
 using ::sarvik::testing::TempDir;
 using ::sarvik::testing::write_file;
 
@@ -64,7 +64,7 @@ class LogFileWriter : public ::testing::Test {
   std::string march_path() const { return base + "/systemlog/201703/" + kMarchFile; }
   std::string info() const { return read_file(state + "/system_info"); }
 
-  ScopedZone zone{::sarvik::testing::kUtc};
+  ScopedTimeZone zone{::sarvik::testing::kUtc};
   TempDir tmp;
   std::string base;
   std::string state;
@@ -177,7 +177,7 @@ TEST_F(LogFileWriter, OtherLogsKeepTheirOwnFilesAndStateFiles) {
 // On a full volume the write fails unnoticed: the line still counts and the result is 0.
 TEST(LogFileFullVolume, FailedWriteStillCountsAsALine) {
   SARVIK_REQUIRE_FRESH_VOLUMES();
-  ScopedZone zone(::sarvik::testing::kUtc);
+  ScopedTimeZone zone(::sarvik::testing::kUtc);
   auto tmp = std::make_unique<TempDir>();  // made on the fresh /tmp
   std::string base = *tmp / "vol";
   std::string why;

@@ -3,15 +3,15 @@
 
 #include <gtest/gtest.h>
 
-#include "local_zone.h"
+#include "testing/time_zone.h"
 
 namespace sarvik {
 namespace {
 
-using ::sarvik::testing::kCentralEurope;
-using ::sarvik::testing::kJapan;
+using ::sarvik::testing::kBerlin;
+using ::sarvik::testing::kTokyo;
 using ::sarvik::testing::kUtc;
-using ::sarvik::testing::ScopedZone;
+using ::sarvik::testing::ScopedTimeZone;
 
 constexpr time_t kMarch4th = 1488630896;     // 2017-03-04 12:34:56 UTC
 constexpr time_t kJune30th = 1498865400;     // 2017-06-30 23:30:00 UTC
@@ -27,16 +27,16 @@ struct ZoneCase {
 TEST(LogNames, StampAndMonthDirAreLocalTime) {
   const ZoneCase cases[] = {
       {kUtc, kMarch4th, "20170304123456", "201703"},
-      {kCentralEurope, kMarch4th, "20170304133456", "201703"},  // winter: one hour ahead
-      {kJapan, kMarch4th, "20170304213456", "201703"},
+      {kBerlin, kMarch4th, "20170304133456", "201703"},  // winter: one hour ahead
+      {kTokyo, kMarch4th, "20170304213456", "201703"},
       {kUtc, kJune30th, "20170630233000", "201706"},
-      {kCentralEurope, kJune30th, "20170701013000", "201707"},  // summer time: two hours ahead
-      {kJapan, kJune30th, "20170701083000", "201707"},
+      {kBerlin, kJune30th, "20170701013000", "201707"},  // summer time: two hours ahead
+      {kTokyo, kJune30th, "20170701083000", "201707"},
       {kUtc, 0, "19700101000000", "197001"},
       {kUtc, kYear10000, "100000101000000", "1000001"},  // the year has no fixed width
   };
   for (const ZoneCase& c : cases) {
-    ScopedZone zone(c.zone);
+    ScopedTimeZone zone(c.zone);
     EXPECT_EQ(stamp_for(c.when), c.stamp) << c.zone << " " << c.when;
     EXPECT_EQ(month_dir_for(c.when), c.month_dir) << c.zone << " " << c.when;
   }
@@ -106,8 +106,8 @@ TEST(LogNames, ParseStampReadsPlainDecimalFields) {
 
 // With the daylight-saving flag left unknown, mktime finds summer and winter time by itself.
 TEST(LogNames, ParsedStampGoesBackToItsTimeInSummerAndWinter) {
-  for (const char* zone_text : {kCentralEurope, kUtc, kJapan}) {
-    ScopedZone zone(zone_text);
+  for (const char* zone_text : {kBerlin, kUtc, kTokyo}) {
+    ScopedTimeZone zone(zone_text);
     for (time_t when : {kMarch4th, kJune30th}) {
       struct tm fields = parse_stamp(stamp_for(when));
       EXPECT_EQ(mktime(&fields), when) << zone_text << " " << when;

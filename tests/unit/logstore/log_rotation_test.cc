@@ -4,10 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "local_zone.h"
+#include "local_time.h"
 #include "logstore/log_file.h"
 #include "testing/file_text.h"
 #include "testing/temp_dir.h"
+#include "testing/time_zone.h"
 
 namespace sarvik {
 namespace {
@@ -18,7 +19,7 @@ using ::sarvik::testing::local_time;
 using ::sarvik::testing::make_dirs;
 using ::sarvik::testing::read_file;
 using ::sarvik::testing::remove_tree;
-using ::sarvik::testing::ScopedZone;
+using ::sarvik::testing::ScopedTimeZone;
 using ::sarvik::testing::TempDir;
 using ::sarvik::testing::write_file;
 using Names = std::vector<std::string>;
@@ -41,7 +42,7 @@ class LogRotation : public ::testing::Test {
     write_file(root + "/" + month + "/" + name, text, 0666);
   }
 
-  ScopedZone zone{::sarvik::testing::kUtc};
+  ScopedTimeZone zone{::sarvik::testing::kUtc};
   TempDir tmp;
   std::string base;
   std::string state;
@@ -177,14 +178,14 @@ TEST(LogRotationZones, MonthDirectoryAndNameFollowTheLocalZone) {
   make_dirs(tmp / "vol");
   const time_t june30th_2230_utc = 1498861800;
   {
-    ScopedZone zone(::sarvik::testing::kCentralEurope);
+    ScopedTimeZone zone(::sarvik::testing::kBerlin);
     LogFile log(tmp / "vol", "systemlog", "system_", ".csv", tmp.path());
     ASSERT_EQ(log.write_line(june30th_2230_utc, "x"), 0);
     EXPECT_EQ(read_file(tmp / "system_info"), "system_20170701003000.csv\n1\n");
     EXPECT_TRUE(exists(tmp / "vol/systemlog/201707/system_20170701003000.csv"));
   }
   {
-    ScopedZone zone(::sarvik::testing::kUtc);  // the same instant is still June here
+    ScopedTimeZone zone(::sarvik::testing::kUtc);  // the same instant is still June here
     LogFile log(tmp / "vol", "systemlog", "system_", ".csv", tmp.path());
     ASSERT_EQ(log.write_line(june30th_2230_utc, "y"), 0);
     EXPECT_EQ(read_file(tmp / "system_info"), "system_20170630223000.csv\n1\n");
