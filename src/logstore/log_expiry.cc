@@ -1,0 +1,69 @@
+// One log on disk: deleting old files while the volume is short of space.
+#include <sys/statfs.h>
+#include <unistd.h>
+
+#include <cstdint>
+
+#include "logstore/directory.h"
+#include "logstore/log_file.h"
+#include "logstore/log_format.h"
+#include "logstore/log_names.h"
+#include "logstore/path.h"
+
+namespace sarvik {
+
+namespace {
+
+// Free blocks, those reserved for the superuser included, in percent of the volume, truncated.
+// A volume that cannot be examined counts as all free, and so does one that reports no blocks at
+// all (as an unlimited tmpfs does): nothing is deleted for want of a number.
+uint64_t free_percent(const std::string& path) {
+  struct statfs volume;
+  if (statfs(path.c_str(), &volume) != 0 || volume.f_blocks == 0) return 100;
+  return uint64_t{volume.f_bfree} * 100 / uint64_t{volume.f_blocks};
+}
+
+}  // namespace
+
+// Free space is only the gate and age decides what goes. One pass removes every file that
+// qualifies and does not look at the space again. Directories of the log root are entered by the
+// date in their name alone; month directories are never removed, not even when empty.
+void LogFile::expire_logs(time_t when) {
+  if (!auto_delete.enable) return;
+  if (auto_delete.percent < static_cast<int32_t>(free_percent(log_root))) return;
+  Directory root(log_root, DirEntryIterator::DefaultIgnoreList());
+  for (const dirent& entry : root) {
+    std::string path = join_path(log_root, entry.d_name);
+    if (!is_directory(path)) continue;
+    if (is_expired(when, entry.d_name)) expire_month_dir(when, path);
+  }
+}
+
+void LogFile::expire_month_dir(time_t when, const std::string& dir) {
+  Directory month(dir, DirEntryIterator::DefaultIgnoreList());
+  for (const dirent& entry : month) {
+    if (!is_log_name(entry.d_name) || !is_expired(when, entry.d_name)) continue;
+    // Failure ignored: an entry that vanished or cannot go is passed over.
+    unlink(join_path(dir, entry.d_name).c_str());
+  }
+}
+
+// The name's date is read as local time; a date in the future of `when` is never old.
+bool LogFile::is_expired(time_t when, const std::string& name) const {
+  std::string digits = stamp_digits(name, prefix);
+  if (digits.empty()) return false;
+  struct tm fields = parse_stamp(digits);
+  time_t stamped = mktime(&fields);
+  if (when < stamped) return false;
+  return auto_delete.days <= static_cast<int32_t>(to_days(when - stamped));
+}
+
+bool LogFile::is_log_name(const std::string& name) const {
+  if (name.compare(0, prefix.size(), prefix) != 0) return false;
+  return name.size() >= suffix.size() &&
+         name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0;
+}
+
+long LogFile::to_days(long seconds) { return seconds / kSecondsPerDay; }
+
+}  // namespace sarvik

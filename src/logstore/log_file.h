@@ -1,0 +1,70 @@
+// One comma-separated log on disk: its files by month and line count, its state file, expiry.
+#ifndef SARVIK_LOGSTORE_LOG_FILE_H_
+#define SARVIK_LOGSTORE_LOG_FILE_H_
+
+#include <time.h>
+
+#include <cstdint>
+#include <fstream>
+#include <string>
+
+#include "logstore/auto_delete.h"
+
+namespace sarvik {
+
+// Appends lines to one log below `base_dir`/`log_subdir`, in month directories of files named
+// prefix, date stamp and suffix. The stream itself is the open log file. The name of the current
+// file and its line count outlive the object in the state file `state_dir`/<prefix>info, which
+// is rewritten after every line.
+//
+// Built per request on the main thread and destroyed with it; takes no lock, and at most one
+// object per log may exist at a time. Failures of the file system never raise: they show as the
+// result 1 of write_line or go unnoticed.
+class LogFile : public std::basic_ofstream<char> {
+ public:
+  // Opens and touches nothing.
+  LogFile(const std::string& base_dir, const std::string& log_subdir, const std::string& prefix,
+          const std::string& suffix, const std::string& state_dir);
+  ~LogFile() override;
+
+  // Runs the expiry pass, picks the file for `when`, appends `line` and CR LF, and saves the
+  // state. Returns 0 when the line went to the stream, 1 when the base directory is missing or
+  // the file could not be opened. A failed write is not noticed and still counts as a line.
+  int write_line(time_t when, const std::string& line);
+
+ private:
+  // State file and file system helpers (log_file.cc).
+  void load_info();
+  void save_info();
+  void ensure_dir(const std::string& path);
+  void set_file_mode(const std::string& path);
+
+  // Rotation (log_rotation.cc).
+  void roll(time_t when);
+  std::string file_name_for(time_t when);
+
+  // Expiry (log_expiry.cc).
+  void expire_logs(time_t when);
+  void expire_month_dir(time_t when, const std::string& dir);
+  bool is_expired(time_t when, const std::string& name) const;
+  bool is_log_name(const std::string& name) const;
+  static long to_days(long seconds);
+
+  std::string base_dir;   // must exist for the log to take lines: the volume
+  std::string log_root;   // base_dir joined with the log's sub-directory
+  std::string prefix;     // first part of a log file's name
+  std::string suffix;     // last part of a log file's name
+  std::string info_path;  // the state file
+  std::string file_path;  // the file the stream has open; empty until roll has opened one
+  std::string file_name;  // the current file's name, without directory
+  int32_t line_count;     // lines in the current file
+
+ public:
+  // The expiry settings; assigned by the caller before the first write_line. All zero (off) by
+  // default, which is how the alert log keeps all its files.
+  AutoDelete auto_delete;
+};
+
+}  // namespace sarvik
+
+#endif  // SARVIK_LOGSTORE_LOG_FILE_H_
