@@ -11,9 +11,9 @@ std::string format_time(time_t when) {
   localtime_r(&when, &local);
   std::ostringstream text;
   text << std::setfill('0') << local.tm_year + 1900 << kDateSeparator << std::setw(2)
-       << local.tm_mon + 1 << kDateSeparator << std::setw(2) << local.tm_mday << ' '
-       << std::setw(2) << local.tm_hour << kTimeSeparator << std::setw(2) << local.tm_min
-       << kTimeSeparator << std::setw(2) << local.tm_sec;
+       << local.tm_mon + 1 << kDateSeparator << std::setw(2) << local.tm_mday << ' ' << std::setw(2)
+       << local.tm_hour << kTimeSeparator << std::setw(2) << local.tm_min << kTimeSeparator
+       << std::setw(2) << local.tm_sec;
   return text.str();
 }
 

@@ -4,19 +4,31 @@
 #include <iostream>
 #include <stdexcept>
 
-#include "core/request_handlers.h"
+#include "core/access_log_handler.h"
+#include "core/reload_flag.h"
+#include "core/system_log_handler.h"
 #include "protocol/connection.h"
 #include "protocol/request_data.h"
 #include "protocol/wire.h"
+#include "settings/config_xml.h"
 #include "support/fixed_paths.h"
 
 namespace sarvik {
 
 namespace {
 
+// Applies a SIGHUP that came since the last connection. The flag is cleared first, so a reload
+// that fails is not tried again before the next SIGHUP.
+void reload_if_requested(ConfigXml& config) {
+  if (!reload_requested) return;
+  std::cout << "Reload config";  // no line end and no flush, as the service always printed it
+  reload_requested = 0;
+  config.reload();
+}
+
 // Reads one request from `client` and hands it to the handler of its kind. Returns false when
 // the request had no payload and gets no answer.
-bool dispatch(Connection& client) {
+bool dispatch(Connection& client, ConfigXml& config) {
   RequestData request;
   client.read_packet(request);  // result ignored: a failed read leaves the packet empty
   if (request.size == 0) {
@@ -26,12 +38,12 @@ bool dispatch(Connection& client) {
   switch (request.type()) {
     case kAccessLogType: {
       std::cout << "access log request received.\n";
-      handle_access_log(ReqAccessLog(request));
+      handle_access_log(ReqAccessLog(request), config);
       break;
     }
     case kSystemLogType: {
       std::cout << "system log request received.\n";
-      handle_system_log(ReqSystemLog(request));
+      handle_system_log(ReqSystemLog(request), config);
       break;
     }
     default:
@@ -43,15 +55,18 @@ bool dispatch(Connection& client) {
 
 // Serves the next client of `listener`. Every failure of the request ends here: it is printed,
 // the connection is closed without an answer, and the service goes on.
-void serve_next(Connection& listener) {
+void serve_next(Connection& listener, ConfigXml& config) {
   try {
     int fd = listener.accept_client();
     if (fd < 0) {
       std::cerr << "Accept fail!!\n";
       return;
     }
+    // Wrapped before a pending reload, so that a reload that fails still closes the connection:
+    // the client gets end of stream and no descriptor is left behind.
     Connection client(fd);
-    if (!dispatch(client)) return;
+    reload_if_requested(config);
+    if (!dispatch(client, config)) return;
     client.write_packet(ResultData(kResultOk));  // result ignored: the client may have left
   } catch (const std::runtime_error& error) {
     std::cerr << "Error: " << error.what() << std::endl;
@@ -65,8 +80,11 @@ void serve_next(Connection& listener) {
 }  // namespace
 
 void server_main() {
-  Connection listener(paths::kSocket);
-  for (;;) serve_next(listener);
+  ConfigXml config;
+  Connection listener(paths::kSocket);  // the socket comes with the first accept
+  // A service that cannot read its settings ends here and never appears on its socket.
+  config.reload();
+  for (;;) serve_next(listener, config);
 }
 
 }  // namespace sarvik

@@ -130,9 +130,9 @@ bool DaemonProcess::wait_for(const std::string& stream_name, const std::string& 
                              std::chrono::milliseconds timeout, int count) {
   std::unique_lock<std::mutex> lock(mutex);
   const std::string& stream = stream_name == "out" ? out_text : err_text;
-  return changed.wait_for(lock, timeout,
-                          [&] { return count_of(stream, text) >= count || streams_closed; }) &&
-         count_of(stream, text) >= count;
+  return changed.wait_for(lock, timeout, [&] {
+    return count_of(stream, text) >= count || streams_closed;
+  }) && count_of(stream, text) >= count;
 }
 
 bool DaemonProcess::wait_for_stdout(const std::string& text, std::chrono::milliseconds timeout,

@@ -58,8 +58,8 @@ class DaemonProcess {
   std::thread reader;
   std::mutex mutex;
   std::condition_variable changed;
-  std::string out_text;  // guarded by mutex
-  std::string err_text;  // guarded by mutex
+  std::string out_text;         // guarded by mutex
+  std::string err_text;         // guarded by mutex
   bool streams_closed = false;  // guarded by mutex
 };
 

@@ -1,11 +1,20 @@
 // The fixture of end-to-end tests: the real service in a private mount namespace.
 #include "harness/service_test.h"
 
+#include "harness/settings_file.h"
+#include "support/fixed_paths.h"
+#include "testing/file_text.h"
 #include "testing/fresh_volumes.h"
 
 namespace sarvik::testing {
 
-void ServiceTest::SetUp() { SARVIK_REQUIRE_FRESH_VOLUMES(); }
+void ServiceTest::SetUp() {
+  SARVIK_REQUIRE_FRESH_VOLUMES();
+  make_dirs("/mnt/data/xmlconf");
+  make_dirs(paths::kStateDir);
+  make_dirs(kLogVolume);
+  write_settings(Settings());
+}
 
 void ServiceTest::TearDown() {
   if (service == nullptr) return;

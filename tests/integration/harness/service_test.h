@@ -10,12 +10,16 @@
 
 #include "harness/client.h"
 #include "harness/daemon_process.h"
+#include "harness/log_reader.h"
+#include "harness/settings_file.h"
 
 namespace sarvik::testing {
 
 // Gives each test empty tmpfs file systems on /mnt (with /mnt/data), /tmp and /var/lock in a
 // mount namespace of its own, so the service runs with its real fixed paths and the host's are
-// never touched. After the test, the service's error stream must hold no sanitizer report.
+// never touched. The appliance's directories are made, and default settings written: both logs
+// on, every share logged, no expiry, no alert rules, the logs on kLogVolume. After the test, the
+// service's error stream must hold no sanitizer report.
 class ServiceTest : public ::testing::Test {
  protected:
   void SetUp() override;

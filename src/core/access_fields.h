@@ -1,0 +1,35 @@
+// The normalised fields of an access record, as the log and the alert rules see them.
+#ifndef SARVIK_CORE_ACCESS_FIELDS_H_
+#define SARVIK_CORE_ACCESS_FIELDS_H_
+
+#include <string>
+
+#include "protocol/request_data.h"
+
+namespace sarvik {
+
+// Entries of an access request, by index.
+enum AccessEntry : size_t {
+  kAccessUser = 1,
+  kAccessHost = 2,
+  kAccessIpAddr = 3,
+  kAccessOperation = 4,
+  kAccessStatus = 5,
+  kAccessErrorNumber = 6,
+  kAccessShare = 7,
+  kAccessPath = 8,
+};
+
+// The user name with its ASCII letters folded to lower case; other bytes stay.
+std::string access_user(const ReqAccessLog& request);
+// The operation, with "_read" or "_write" added when the raw path starts with "r|" or "w|".
+std::string access_operation(const ReqAccessLog& request);
+// "ok" for a non-zero status; otherwise "fail", or with `brief` false "fail (<strerror text of
+// the error number>)".
+std::string access_result(const ReqAccessLog& request, bool brief);
+// The path without its "r|" and then its "w|" prefix; "." (the share's root) becomes `share`.
+std::string access_path(const ReqAccessLog& request, const std::string& share);
+
+}  // namespace sarvik
+
+#endif  // SARVIK_CORE_ACCESS_FIELDS_H_

@@ -1,0 +1,41 @@
+// Access records: from a request to a line of the access log.
+#include "core/access_log_handler.h"
+
+#include <ctime>
+#include <sstream>
+#include <string>
+
+#include "core/access_fields.h"
+#include "core/record_text.h"
+#include "logstore/log_kinds.h"
+#include "settings/settings_keys.h"
+#include "support/fixed_paths.h"
+
+namespace sarvik {
+
+namespace {
+
+// Expiry settings of the access log.
+constexpr int kAccessAutoDelete = 1;
+
+}  // namespace
+
+void handle_access_log(const ReqAccessLog& request, ConfigXml& config) {
+  if (!XmlData::GetEnable(config.GetRootNode(), keys::kAccessLogConf, keys::kEnable)) return;
+  time_t now = time(nullptr);
+  std::string share = request.text_entry(kAccessShare);
+  if (!is_logged_share(share, config)) return;
+
+  std::ostringstream line;
+  line << format_time(now) << kFieldSeparator << access_user(request) << kFieldSeparator
+       << request.text_entry(kAccessHost) << kFieldSeparator << request.text_entry(kAccessIpAddr)
+       << kFieldSeparator << access_operation(request) << kFieldSeparator
+       << access_result(request, /*brief=*/false) << kFieldSeparator << share << kFieldSeparator
+       << access_path(request, share);
+  LogFile log = make_log_file(kAccessLog, config.get_share_path(), paths::kStateDir);
+  log.auto_delete = config.GetAutoDelete(kAccessAutoDelete);
+  // Result ignored: unlike a system record, an access record that cannot be written is dropped.
+  log.write_line(now, line.str());
+}
+
+}  // namespace sarvik

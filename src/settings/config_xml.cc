@@ -1,0 +1,74 @@
+// The service's settings: its one document, the lookup tables, the parsed alert rules.
+#include "settings/config_xml.h"
+
+#include <algorithm>
+
+#include "settings/settings_keys.h"
+#include "support/fixed_paths.h"
+
+namespace sarvik {
+
+namespace {
+
+// The path kinds and the elements that hold them, ended by a null text.
+struct SharePathRow {
+  int kind;
+  const char* xpath;
+};
+constexpr SharePathRow kSharePathRows[] = {{0, keys::kSharePath}, {0, nullptr}};
+constexpr int kLogVolume = 0;
+
+// The weekday attributes of a rule's period, ended by a null text.
+struct WeekdayRow {
+  const char* name;
+  int bit;
+};
+constexpr WeekdayRow kWeekdayRows[] = {{"sun", 0}, {"mon", 1}, {"tue", 2}, {"wed", 3},
+                                       {"thu", 4}, {"fri", 5}, {"sat", 6}, {nullptr, 0}};
+
+// The share that is never logged, whatever the settings say.
+constexpr char kReservedShare[] = "IPC$";
+
+}  // namespace
+
+ConfigXml::ConfigXml() : XmlData(std::string()) { fill_tables(); }
+
+ConfigXml::ConfigXml(const Glib::ustring& encoding) : XmlData(encoding, std::string()) {
+  fill_tables();
+}
+
+void ConfigXml::fill_tables() {
+  for (const SharePathRow* row = kSharePathRows; row->xpath != nullptr; ++row) {
+    share_paths[row->kind] = row->xpath;
+  }
+  for (const WeekdayRow* row = kWeekdayRows; row->name != nullptr; ++row) {
+    weekday_bits[row->name] = row->bit;
+  }
+}
+
+ConfigXml::~ConfigXml() = default;
+
+void ConfigXml::reload() { LockedLoad(paths::kSettings); }
+
+std::string ConfigXml::get_share_path() {
+  return Vexil::CDOMElement(GetRootNode().SelectSingleNode(share_paths[kLogVolume]))
+      .GetText()
+      .raw();
+}
+
+std::vector<std::string> ConfigXml::get_share_names() {
+  std::vector<std::string> names;
+  for (const Glib::ustring& name : GetTextList(GetRootNode(), keys::kShareNames)) {
+    names.push_back(name.raw());
+  }
+  return names;
+}
+
+bool is_logged_share(const std::string& sharename, ConfigXml& config) {
+  if (sharename == kReservedShare) return false;
+  if (XmlData::GetEnable(config.GetRootNode(), keys::kShareList, keys::kAll)) return true;
+  std::vector<std::string> names = config.get_share_names();
+  return std::find(names.begin(), names.end(), sharename) != names.end();
+}
+
+}  // namespace sarvik

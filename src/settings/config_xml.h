@@ -1,0 +1,50 @@
+// The service's settings: its one document, the lookup tables, the parsed alert rules.
+#ifndef SARVIK_SETTINGS_CONFIG_XML_H_
+#define SARVIK_SETTINGS_CONFIG_XML_H_
+
+#include <glibmm/ustring.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "settings/xml_data.h"
+
+namespace sarvik {
+
+// The settings file of the service, read without a lock. Every value but the alert rules is
+// read by XPath when it is needed, so a reload takes effect at once. Empty until the first
+// reload; after a failed reload it holds no document and every read of it raises CXMLError.
+// Owned by the server loop for the whole run; main thread only, no lock.
+class ConfigXml : public XmlData {
+ public:
+  ConfigXml();
+  explicit ConfigXml(const Glib::ustring& encoding);
+  ~ConfigXml() override;
+
+  // Forgets the parsed rules and loads the settings file anew. Raises CXMLError when it cannot
+  // be read; the document is then empty until a later reload succeeds.
+  void reload();
+  // The directory of all three logs: the text of "share/path". Raises CXMLError when missing.
+  std::string get_share_path();
+  // The names of the logged shares in document order; a name without text is left out. Raises
+  // CXMLError when no document is loaded.
+  std::vector<std::string> get_share_names();
+
+  // Path kind to the XPath of its element; kind 0 is the log volume.
+  std::map<int, Glib::ustring> share_paths;
+  // Weekday attribute name to its bit in a rule's weekday mask, Sunday 0 as localtime counts.
+  std::map<Glib::ustring, int> weekday_bits;
+
+ private:
+  void fill_tables();
+};
+
+// Whether access to `sharename` is logged: never for "IPC$", always with the share list's
+// attribute "all", otherwise when the name stands in the list, byte for byte. Raises CXMLError
+// when no document is loaded.
+bool is_logged_share(const std::string& sharename, ConfigXml& config);
+
+}  // namespace sarvik
+
+#endif  // SARVIK_SETTINGS_CONFIG_XML_H_

@@ -1,0 +1,262 @@
+// Settings documents: the lock around loading and saving, and the tolerant getters.
+#include "settings/xml_data.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "support/xml_error.h"
+#include "testing/file_text.h"
+#include "testing/fresh_volumes.h"
+#include "testing/temp_dir.h"
+
+namespace sarvik {
+namespace {
+
+using testing::TempDir;
+using Vexil::CDOMElement;
+
+int open_descriptors() {
+  int count = 0;
+  DIR* dir = opendir("/proc/self/fd");
+  while (readdir(dir) != nullptr) ++count;
+  closedir(dir);
+  return count;
+}
+
+// A document loaded from `xml`, with no lock.
+class Loaded {
+ public:
+  explicit Loaded(const std::string& xml) : data(std::string()) {
+    testing::write_file(dir / "settings.xml", xml);
+    data.Load(dir / "settings.xml");
+  }
+  CDOMElement root() { return data.GetRootNode(); }
+
+  TempDir dir;
+  XmlData data;
+};
+
+TEST(LockedLoad, EmptyLockPathTakesNoLockAndJustLoads) {
+  TempDir dir;
+  testing::write_file(dir / "s.xml", "<r><a>1</a></r>");
+  XmlData data{std::string()};
+  data.LockedLoad(dir / "s.xml");
+  EXPECT_EQ(XmlData::GetNodeText(data.GetRootNode(), "a", "-"), "1");
+  EXPECT_EQ(testing::list_dir(dir.path()), std::vector<std::string>{"s.xml"});
+}
+
+TEST(LockedLoad, CreatesAMissingLockFileWithMode0644AndLeavesIt) {
+  TempDir dir;
+  testing::write_file(dir / "s.xml", "<r/>");
+  mode_t old_mask = umask(0);
+  XmlData data(dir / "s.lock");
+  data.LockedLoad(dir / "s.xml");
+  umask(old_mask);
+  EXPECT_EQ(testing::file_mode(dir / "s.lock"), 0644);
+  EXPECT_EQ(testing::read_file(dir / "s.lock"), "");
+}
+
+TEST(LockedLoad, LockFileThatCannotBeCreatedRaisesCantOpenWithoutLoading) {
+  TempDir dir;
+  testing::write_file(dir / "s.xml", "<r/>");
+  XmlData data(dir / "missing/s.lock");
+  try {
+    data.LockedLoad(dir / "s.xml");
+    FAIL() << "no exception";
+  } catch (const std::runtime_error& error) {
+    EXPECT_STREQ(error.what(), "Can't open");
+  }
+  EXPECT_THROW(data.GetRootNode(), Vexil::CXMLError);  // nothing was loaded
+}
+
+TEST(LockedLoad, UnwritableDirectoryRaisesCantOpenUnlessTheLockFileExists) {
+  SARVIK_REQUIRE_FRESH_VOLUMES();
+  std::string why;
+  testing::make_dirs("/mnt/data/ro");
+  ASSERT_TRUE(testing::mount_tmpfs("/mnt/data/ro", 64, &why)) << why;
+  testing::write_file("/mnt/data/ro/existing.lock", "");
+  ASSERT_EQ(mount(nullptr, "/mnt/data/ro", nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+  testing::write_file("/mnt/data/s.xml", "<r/>");
+  XmlData missing("/mnt/data/ro/new.lock");
+  EXPECT_THROW(missing.LockedLoad("/mnt/data/s.xml"), std::runtime_error);
+  XmlData existing("/mnt/data/ro/existing.lock");
+  EXPECT_NO_THROW(existing.LockedLoad("/mnt/data/s.xml"));
+}
+
+TEST(LockedLoad, FailedLoadLeavesNoDescriptorAndNoLock) {
+  TempDir dir;
+  XmlData data(dir / "s.lock");
+  int before = open_descriptors();
+  EXPECT_THROW(data.LockedLoad(dir / "missing.xml"), Vexil::CXMLError);
+  EXPECT_EQ(open_descriptors(), before);
+  int fd = open((dir / "s.lock").c_str(), O_RDONLY);
+  EXPECT_EQ(flock(fd, LOCK_EX | LOCK_NB), 0);
+  close(fd);
+}
+
+TEST(LockedLoad, WaitsForAnExclusiveHolderAndTakesASharedLock) {
+  TempDir dir;
+  testing::write_file(dir / "s.xml", "<r/>");
+  testing::write_file(dir / "s.lock", "");
+  int holder = open((dir / "s.lock").c_str(), O_RDONLY);
+  ASSERT_EQ(flock(holder, LOCK_SH), 0);  // another reader does not block a shared lock
+  XmlData data(dir / "s.lock");
+  EXPECT_NO_THROW(data.LockedLoad(dir / "s.xml"));
+  close(holder);
+}
+
+TEST(LockedSave, WritesTheDocumentUnderTheLock) {
+  Loaded loaded("<r><a>1</a></r>");
+  XmlData& data = loaded.data;
+  data.lock_path = loaded.dir / "s.lock";
+  data.LockedSave(loaded.dir / "out.xml");
+  EXPECT_NE(testing::read_file(loaded.dir / "out.xml").find("<a>1</a>"), std::string::npos);
+  EXPECT_TRUE(testing::exists(loaded.dir / "s.lock"));
+}
+
+TEST(GetEnable, TrueOnlyForTheExactWord) {
+  Loaded loaded(
+      "<r><a enable='true'/><b enable='TRUE'/><c enable='True'/><d enable=' true'/>"
+      "<e enable='1'/><f/></r>");
+  EXPECT_TRUE(XmlData::GetEnable(loaded.root(), "a", "enable"));
+  for (const char* key : {"b", "c", "d", "e", "f", "missing"}) {
+    EXPECT_FALSE(XmlData::GetEnable(loaded.root(), key, "enable")) << key;
+  }
+}
+
+TEST(GetNodeText, EmptyElementGivesTheDefaultNotAnEmptyText) {
+  Loaded loaded("<r><empty/><full>x</full></r>");
+  EXPECT_EQ(XmlData::GetNodeText(loaded.root(), "empty", "dflt"), "dflt");
+  EXPECT_EQ(XmlData::GetNodeText(loaded.root(), "missing", "dflt"), "dflt");
+  EXPECT_EQ(XmlData::GetNodeText(loaded.root(), "full", "dflt"), "x");
+}
+
+TEST(GetNodeText, BadXPathGivesTheDefault) {
+  Loaded loaded("<r/>");
+  EXPECT_EQ(XmlData::GetNodeText(loaded.root(), "[[", "dflt"), "dflt");
+}
+
+TEST(GetNodeAttribute, MissingElementOrAttributeGivesTheDefault) {
+  Loaded loaded("<r><a x='1'/></r>");
+  EXPECT_EQ(XmlData::GetNodeAttribute(loaded.root(), "a", "x", "d"), "1");
+  EXPECT_EQ(XmlData::GetNodeAttribute(loaded.root(), "a", "y", "d"), "d");
+  EXPECT_EQ(XmlData::GetNodeAttribute(loaded.root(), "b", "x", "d"), "d");
+}
+
+TEST(GetTextList, LeavesOutElementsWithoutText) {
+  Loaded loaded("<r><n>one</n><n/><n>three</n></r>");
+  EXPECT_EQ(XmlData::GetTextList(loaded.root(), "n"), (std::vector<Glib::ustring>{"one", "three"}));
+  EXPECT_TRUE(XmlData::GetTextList(loaded.root(), "none").empty());
+}
+
+TEST(SelectElements, GivesAllInOrderOrAnEmptyList) {
+  Loaded loaded("<r><n>1</n><n>2</n></r>");
+  auto elements = XmlData::SelectElements(loaded.root(), "n");
+  ASSERT_EQ(elements.size(), 2u);
+  EXPECT_EQ(elements.back().GetText(), "2");
+  EXPECT_TRUE(XmlData::SelectElements(loaded.root(), "none").empty());
+  EXPECT_TRUE(XmlData::SelectElements(loaded.root(), "[[").empty());
+}
+
+TEST(GetHourMinute, EachChildDefaultsByItself) {
+  Loaded loaded(
+      "<r><only_hour><hour>9</hour></only_hour><both><hour>7</hour><minute>45</minute></both>"
+      "<odd><hour>25abc</hour><minute>x</minute></odd></r>");
+  HourMinute only_hour = XmlData::GetHourMinute(loaded.root(), "only_hour");
+  EXPECT_EQ(only_hour.hour, 9);
+  EXPECT_EQ(only_hour.minute, 0);
+  HourMinute both = XmlData::GetHourMinute(loaded.root(), "both");
+  EXPECT_EQ(both.hour, 7);
+  EXPECT_EQ(both.minute, 45);
+  HourMinute missing = XmlData::GetHourMinute(loaded.root(), "from");
+  EXPECT_EQ(missing.hour, 0);
+  EXPECT_EQ(missing.minute, 0);
+  HourMinute odd = XmlData::GetHourMinute(loaded.root(), "odd");
+  EXPECT_EQ(odd.hour, 25);
+  EXPECT_EQ(odd.minute, 0);
+}
+
+TEST(GetAutoDelete, OtherKindsAreAllZeroWithoutLookingAtTheDocument) {
+  XmlData unloaded{std::string()};  // no root at all
+  AutoDelete settings = unloaded.GetAutoDelete(2);
+  EXPECT_FALSE(settings.enable);
+  EXPECT_EQ(settings.days, 0);
+  EXPECT_EQ(settings.percent, 0);
+  EXPECT_EQ(unloaded.GetAutoDelete(-1).days, 0);
+}
+
+TEST(GetAutoDelete, MissingAutodeleteElementRaises) {
+  Loaded loaded("<r><eventlogconf enable='true'/></r>");
+  EXPECT_THROW(loaded.data.GetAutoDelete(0), Vexil::CXMLError);
+  EXPECT_THROW(loaded.data.GetAutoDelete(1), Vexil::CXMLError);
+}
+
+TEST(GetAutoDelete, ReadsEachLogsBranch) {
+  Loaded loaded(
+      "<r><eventlogconf><autodelete enable='true'><expire><days>30</days>"
+      "<percent>15</percent></expire></autodelete></eventlogconf>"
+      "<accesslogconf><autodelete enable='false'><expire><days>7</days>"
+      "<percent>5</percent></expire></autodelete></accesslogconf></r>");
+  AutoDelete system = loaded.data.GetAutoDelete(0);
+  EXPECT_TRUE(system.enable);
+  EXPECT_EQ(system.days, 30);
+  EXPECT_EQ(system.percent, 15);
+  AutoDelete access = loaded.data.GetAutoDelete(1);
+  EXPECT_FALSE(access.enable);
+  EXPECT_EQ(access.days, 7);
+  EXPECT_EQ(access.percent, 5);
+}
+
+TEST(GetAutoDelete, WithoutExpireDaysBothNumbersAreZero) {
+  Loaded loaded(
+      "<r><eventlogconf><autodelete enable='true'><expire><percent>15</percent></expire>"
+      "</autodelete></eventlogconf></r>");
+  AutoDelete settings = loaded.data.GetAutoDelete(0);
+  EXPECT_TRUE(settings.enable);
+  EXPECT_EQ(settings.days, 0);
+  EXPECT_EQ(settings.percent, 0);
+}
+
+TEST(SetEnable, WritesTrueOrFalseFromTheRoot) {
+  Loaded loaded("<r><a enable='false'/></r>");
+  loaded.data.SetEnable("a", "enable", true);
+  EXPECT_TRUE(XmlData::GetEnable(loaded.root(), "a", "enable"));
+  loaded.data.SetEnable("a", "enable", false);
+  EXPECT_EQ(XmlData::GetNodeAttribute(loaded.root(), "a", "enable", "-"), "false");
+  EXPECT_THROW(loaded.data.SetEnable("missing", "enable", true), Vexil::CXMLError);
+}
+
+TEST(RemoveNode, DetachesTheElementAndHandsItBack) {
+  Loaded loaded("<r><a>1</a><a>2</a><b/></r>");
+  CDOMElement removed = loaded.data.RemoveNode("b");
+  EXPECT_EQ(removed.GetName(), "b");
+  EXPECT_FALSE(loaded.root().ExistNode("b"));
+  EXPECT_THROW(loaded.data.RemoveNode("b"), Vexil::CXMLError);
+  auto all = loaded.data.RemoveNodes("a");
+  ASSERT_EQ(all.size(), 2u);
+  EXPECT_EQ(all.front().GetText(), "1");
+  EXPECT_FALSE(loaded.root().ExistNode("a"));
+}
+
+TEST(StrToInt, ReadsTheLeadingNumber) {
+  const std::pair<const char*, int> cases[] = {
+      {"", 0},
+      {"12abc", 12},
+      {"-5", -5},
+      {"0x10", 0},
+      {"abc", 0},
+      {"  7", 7},
+      {"99999999999", 2147483647},
+      {"-99999999999", -2147483647 - 1},
+  };
+  for (const auto& [text, value] : cases) EXPECT_EQ(StrToInt(text), value) << text;
+}
+
+}  // namespace
+}  // namespace sarvik
