@@ -9,6 +9,7 @@
 
 #include "core/reload_flag.h"
 #include "core/server.h"
+#include "support/library_messages.h"
 
 namespace sarvik {
 
@@ -32,6 +33,7 @@ int run_service(int argc, char** argv) {
       throw std::runtime_error("daemon fail!");
     }
     install_signal_handlers();
+    Vexil::SilenceLibraryMessages();
     server_main();
   } catch (const std::runtime_error& error) {
     std::cerr << "Error: " << error.what() << std::endl;
