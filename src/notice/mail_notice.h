@@ -14,8 +14,9 @@ namespace sarvik {
 struct MailNotice : NoticeScript {
   explicit MailNotice(const std::string& script_path) : NoticeScript{script_path} {}
 
-  // The addresses of the profiles whose request succeeded, respectively failed.
+  // The addresses of the profiles whose request succeeded.
   std::vector<std::string> sent_addresses;
+  // The addresses of the profiles whose request failed.
   std::vector<std::string> failed_addresses;
 };
 
