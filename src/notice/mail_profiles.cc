@@ -1,0 +1,47 @@
+// The mail profiles of the notice settings that take system notices.
+#include "notice/mail_profiles.h"
+
+#include <glibmm/ustring.h>
+
+#include "settings/settings_keys.h"
+#include "settings/xml_data.h"
+#include "support/fixed_paths.h"
+
+namespace sarvik {
+
+namespace {
+
+// Keys of the notice settings file: the profiles below the root, whatever the root is called,
+// then the switch for system notices and the addresses below one profile.
+constexpr char kMailConfs[] = "mailnotice/mailconflist/mailconf";
+constexpr char kSystemNotify[] = "notifylist/notify[@name=\"system\"]";
+constexpr char kToAddrs[] = "toaddrlist/toaddr";
+
+}  // namespace
+
+std::vector<MailProfile> read_mail_profiles(const std::string& settings_path,
+                                            const std::string& lock_path) {
+  XmlData settings(lock_path);
+  settings.LockedLoad(settings_path);
+  std::vector<MailProfile> profiles;
+  int index = 0;
+  for (const Vexil::CDOMElement& conf :
+       XmlData::SelectElements(settings.GetRootNode(), kMailConfs)) {
+    if (XmlData::GetEnable(conf, keys::kSelf, keys::kEnable) &&
+        XmlData::GetEnable(conf, kSystemNotify, keys::kEnable)) {
+      MailProfile profile{index, {}};
+      for (const Glib::ustring& address : XmlData::GetTextList(conf, kToAddrs)) {
+        profile.addresses.push_back(address.raw());
+      }
+      profiles.push_back(std::move(profile));
+    }
+    ++index;  // counts every profile, so the number stays the one the mail script knows
+  }
+  return profiles;
+}
+
+std::vector<MailProfile> read_mail_profiles() {
+  return read_mail_profiles(paths::kNoticeSettings, paths::kNoticeSettingsLock);
+}
+
+}  // namespace sarvik

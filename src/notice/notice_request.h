@@ -1,0 +1,44 @@
+// Requests to the notification scripts: event log and buzzer, and the exchange under them.
+#ifndef SARVIK_NOTICE_NOTICE_REQUEST_H_
+#define SARVIK_NOTICE_NOTICE_REQUEST_H_
+
+#include <map>
+#include <string>
+
+namespace sarvik {
+
+// Names a notification script, started with no arguments beyond its own path.
+struct NoticeScript {
+  std::string script_path;
+};
+
+// `text` with '&', '<' and '>' escaped; every other byte, quotes included, stays. Fit for
+// element text, not for an attribute.
+std::string escape_xml(const std::string& text);
+// One argument element per pair, in ascending order of the keys; keys as they stand, values
+// escaped.
+std::string make_args(const std::map<std::string, std::string>& args);
+// make_args inside an argument list; empty, with no list element, when `args` is empty.
+std::string make_arglist(const std::map<std::string, std::string>& args);
+
+// Writes a request holding `entry` to the script's standard input and returns the whole reply.
+// Raises CmdExecError: as the command runner does when the script cannot be run or ends with a
+// non-zero status (then the reply is not looked at), and with the path and ": response
+// invalid!!" when the reply is not an XML document whose first "entrylist/entry" below the root
+// has "result" exactly "0". Blocks without a time limit while the script runs.
+std::string send_request(const NoticeScript& script, const std::string& entry);
+// An event-log record with `code` (not escaped) and `args`; raises as send_request.
+std::string request_eventlog(const NoticeScript& script, const std::string& code,
+                             const std::map<std::string, std::string>& args);
+// The buzzer plays kMelodies[`melody`]; the index must be 0 or 1 and is not tested. Raises as
+// send_request.
+std::string request_buzzer(const NoticeScript& script, int melody);
+
+// request_eventlog and request_buzzer on the appliance's scripts; every failure is dropped
+// without a trace.
+void notify_eventlog(const std::string& code, const std::map<std::string, std::string>& args);
+void notify_buzzer(int melody);
+
+}  // namespace sarvik
+
+#endif  // SARVIK_NOTICE_NOTICE_REQUEST_H_
