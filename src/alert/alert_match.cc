@@ -1,0 +1,106 @@
+// The alert rule test: period, user, text conditions and operation of one access event. The
+// record itself belongs to the settings; its test lives here with the rest of the alerts.
+#include <cctype>
+#include <cstdint>
+
+#include "settings/alert_info.h"
+
+namespace sarvik {
+namespace {
+
+using AlertPattern = AlertInfo::AlertPattern;
+
+// Case folding of one byte. Kept on purpose: the byte reaches tolower as a signed char, so in the
+// POSIX locale only the ASCII letters fold and the bytes above 127 stay as they are (the C
+// library's tables cover -128 to -1).
+char fold(char c) { return static_cast<char>(tolower(static_cast<signed char>(c))); }
+
+// Star matching in which every star stands for zero or more bytes. Greedy, returning only to the
+// latest star: each return moves that star's end one byte on and replays at most the pattern, so
+// the cost is O(text x pattern) with no recursion and no memory.
+bool match_stars(const char* text, const char* text_end, const char* pattern,
+                 const char* pattern_end) {
+  const char* star_pattern = nullptr;  // the pattern byte behind the latest star run
+  const char* star_text = nullptr;     // where the text behind that star run begins now
+  while (text != text_end) {
+    if (pattern != pattern_end && *pattern == '*') {
+      while (pattern != pattern_end && *pattern == '*') ++pattern;
+      if (pattern == pattern_end) return true;
+      star_pattern = pattern;
+      star_text = text;
+    } else if (pattern != pattern_end && fold(*text) == fold(*pattern)) {
+      ++text;
+      ++pattern;
+    } else if (star_pattern != nullptr) {
+      pattern = star_pattern;
+      text = ++star_text;
+    } else {
+      return false;
+    }
+  }
+  while (pattern != pattern_end && *pattern == '*') ++pattern;
+  return pattern == pattern_end;
+}
+
+}  // namespace
+
+bool AlertInfo::match(time_t time, const std::string& username, const std::string& hostname,
+                      const std::string& ipaddr, const std::string& operation,
+                      const std::string& result, const std::string& sharename,
+                      const std::string& path) const {
+  // Every text condition is tested as the path is: absent when empty, inverted by its flag.
+  return match_period(time) && match_username(username) && match_path(hostname, this->hostname) &&
+         match_path(ipaddr, this->ipaddr) && is_operation_enabled(operation) &&
+         match_path(result, this->result) && match_path(sharename, this->sharename) &&
+         match_path(path, this->path);
+}
+
+bool AlertInfo::match_period(time_t time) const {
+  struct tm local;
+  // Chosen: a time that cannot be broken down lies outside every span. time() never gives one.
+  if (localtime_r(&time, &local) == nullptr) return period_not;
+  // In 64 bits so that any hour the settings hold takes part as it stands, without overflow.
+  int64_t now = int64_t{local.tm_hour} * 60 + local.tm_min;
+  int64_t from = int64_t{from_hour} * 60 + from_minute;
+  int64_t to = int64_t{to_hour} * 60 + to_minute;
+  // The end is inclusive of its whole minute and the span never wraps over midnight.
+  bool inside = (weekdays & (uint32_t{1} << local.tm_wday)) != 0 && from <= now && now <= to;
+  return inside != period_not;
+}
+
+bool AlertInfo::match_username(const std::string& username) const {
+  bool found = (this->username.flags & AlertPattern::ALERT_FLAG_ALL) != 0;
+  for (auto it = usernames.begin(); !found && it != usernames.end(); ++it) {
+    std::string folded = *it;
+    for (char& c : folded) c = fold(c);
+    found = folded == username;
+  }
+  return found != ((this->username.flags & AlertPattern::ALERT_FLAG_NOT) != 0);
+}
+
+bool AlertInfo::match_wildcard(const char* text_begin, const char* text_end,
+                               const char* pattern_begin, const char* pattern_end) const {
+  // Kept on purpose: the text running out ends the test before a final star is looked at, so a
+  // pattern that ends in a star needs at least one more byte ("abc*" does not match "abc"). Such
+  // a pattern therefore matches a text exactly when the text without its last byte matches with
+  // ordinary stars; every other star stands for zero or more bytes.
+  if (pattern_begin != pattern_end && pattern_end[-1] == '*') {
+    return text_begin != text_end &&
+           match_stars(text_begin, text_end - 1, pattern_begin, pattern_end);
+  }
+  return match_stars(text_begin, text_end, pattern_begin, pattern_end);
+}
+
+bool AlertInfo::match_path(const std::string& path, const AlertPattern& pattern) const {
+  if (pattern.text.empty()) return true;
+  bool matched = match_wildcard(path.data(), path.data() + path.size(), pattern.text.data(),
+                                pattern.text.data() + pattern.text.size());
+  return matched != ((pattern.flags & AlertPattern::ALERT_FLAG_NOT) != 0);
+}
+
+bool AlertInfo::is_operation_enabled(const std::string& operation) const {
+  auto it = operations.find(operation);
+  return it != operations.end() && it->second;
+}
+
+}  // namespace sarvik

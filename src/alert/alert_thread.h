@@ -1,0 +1,44 @@
+// The alert worker: the tallies of hits per rule name, filled by the main thread.
+#ifndef SARVIK_ALERT_ALERT_THREAD_H_
+#define SARVIK_ALERT_ALERT_THREAD_H_
+
+#include <ctime>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "alert/thread.h"
+
+namespace sarvik {
+
+// The record lines of one rule name not yet mailed.
+struct AlertTally {
+  // Wall-clock time of the latest hit, or of the latest batch taken from `lines`.
+  time_t last_time = 0;
+  // Oldest first.
+  std::vector<std::string> lines;
+};
+
+// The one background worker. The main thread adds hits; the routine, run on the worker's own
+// thread, drains the tallies. The server owns the object for the whole run. Its destructor
+// destroys the tallies and then, in the base, sets the exit flag and joins the thread.
+class AlertThread : public Thread {
+ public:
+  // `routine` is what start() runs with this object.
+  explicit AlertThread(ThreadRoutine routine);
+  ~AlertThread() override;
+
+  // Queues `line` in the tally of `name`, creating it at the first hit, renews its last_time to
+  // the present, and wakes the routine. Main thread. Takes the mutex through lock(), signals
+  // while holding it, releases it through unlock(). A failed allocation leaves with the mutex
+  // still held; nothing recovers from that.
+  void add_hit(const std::string& name, const std::string& line);
+
+  // By rule name. An entry is created by the first hit of its name and never removed, so
+  // iterators stay valid while the mutex is released. Guarded by the Thread mutex.
+  std::map<std::string, AlertTally> tallies;
+};
+
+}  // namespace sarvik
+
+#endif  // SARVIK_ALERT_ALERT_THREAD_H_
