@@ -5,6 +5,7 @@
 #include <sstream>
 #include <string>
 
+#include "alert/evaluate_alerts.h"
 #include "core/access_fields.h"
 #include "core/record_text.h"
 #include "logstore/log_kinds.h"
@@ -20,7 +21,7 @@ constexpr int kAccessAutoDelete = 1;
 
 }  // namespace
 
-void handle_access_log(const ReqAccessLog& request, ConfigXml& config) {
+void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThread& alerts) {
   if (!XmlData::GetEnable(config.GetRootNode(), keys::kAccessLogConf, keys::kEnable)) return;
   time_t now = time(nullptr);
   std::string share = request.text_entry(kAccessShare);
@@ -36,6 +37,11 @@ void handle_access_log(const ReqAccessLog& request, ConfigXml& config) {
   log.auto_delete = config.GetAutoDelete(kAccessAutoDelete);
   // Result ignored: unlike a system record, an access record that cannot be written is dropped.
   log.write_line(now, line.str());
+  // The rules see the same texts, but the result in its brief form, without the error text.
+  evaluate_alerts(now, access_user(request), request.text_entry(kAccessHost),
+                  request.text_entry(kAccessIpAddr), access_operation(request),
+                  access_result(request, /*brief=*/true), share, access_path(request, share),
+                  line.str(), config, alerts);
 }
 
 }  // namespace sarvik

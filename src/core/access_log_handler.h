@@ -2,15 +2,17 @@
 #ifndef SARVIK_CORE_ACCESS_LOG_HANDLER_H_
 #define SARVIK_CORE_ACCESS_LOG_HANDLER_H_
 
+#include "alert/alert_thread.h"
 #include "protocol/request_data.h"
 #include "settings/config_xml.h"
 
 namespace sarvik {
 
 // Writes one access record, stamped with the service's clock, to the access log when the
-// settings enable it and log its share. A record that cannot be written is dropped. Raises
-// CXMLError for missing settings. Main thread only.
-void handle_access_log(const ReqAccessLog& request, ConfigXml& config);
+// settings enable it and log its share, and then tries it against the alert rules, also when
+// it could not be written (it is then dropped). A record that is not logged fires no rule.
+// Raises CXMLError for missing settings. Main thread only.
+void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThread& alerts);
 
 }  // namespace sarvik
 

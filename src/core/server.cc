@@ -4,6 +4,7 @@
 #include <iostream>
 #include <stdexcept>
 
+#include "alert/alert_thread.h"
 #include "core/access_log_handler.h"
 #include "core/reload_flag.h"
 #include "core/system_log_handler.h"
@@ -28,7 +29,7 @@ void reload_if_requested(ConfigXml& config) {
 
 // Reads one request from `client` and hands it to the handler of its kind. Returns false when
 // the request had no payload and gets no answer.
-bool dispatch(Connection& client, ConfigXml& config) {
+bool dispatch(Connection& client, ConfigXml& config, AlertThread& alerts) {
   RequestData request;
   client.read_packet(request);  // result ignored: a failed read leaves the packet empty
   if (request.size == 0) {
@@ -38,7 +39,7 @@ bool dispatch(Connection& client, ConfigXml& config) {
   switch (request.type()) {
     case kAccessLogType: {
       std::cout << "access log request received.\n";
-      handle_access_log(ReqAccessLog(request), config);
+      handle_access_log(ReqAccessLog(request), config, alerts);
       break;
     }
     case kSystemLogType: {
@@ -55,7 +56,7 @@ bool dispatch(Connection& client, ConfigXml& config) {
 
 // Serves the next client of `listener`. Every failure of the request ends here: it is printed,
 // the connection is closed without an answer, and the service goes on.
-void serve_next(Connection& listener, ConfigXml& config) {
+void serve_next(Connection& listener, ConfigXml& config, AlertThread& alerts) {
   try {
     int fd = listener.accept_client();
     if (fd < 0) {
@@ -66,7 +67,7 @@ void serve_next(Connection& listener, ConfigXml& config) {
     // the client gets end of stream and no descriptor is left behind.
     Connection client(fd);
     reload_if_requested(config);
-    if (!dispatch(client, config)) return;
+    if (!dispatch(client, config, alerts)) return;
     client.write_packet(ResultData(kResultOk));  // result ignored: the client may have left
   } catch (const std::runtime_error& error) {
     std::cerr << "Error: " << error.what() << std::endl;
@@ -82,9 +83,10 @@ void serve_next(Connection& listener, ConfigXml& config) {
 void server_main() {
   ConfigXml config;
   Connection listener(paths::kSocket);  // the socket comes with the first accept
+  AlertThread alerts(nullptr);          // tallies hits; its delivery is not started yet
   // A service that cannot read its settings ends here and never appears on its socket.
   config.reload();
-  for (;;) serve_next(listener, config);
+  for (;;) serve_next(listener, config, alerts);
 }
 
 }  // namespace sarvik

@@ -48,7 +48,10 @@ void ConfigXml::fill_tables() {
 
 ConfigXml::~ConfigXml() = default;
 
-void ConfigXml::reload() { LockedLoad(paths::kSettings); }
+void ConfigXml::reload() {
+  alerts.clear();  // keeps the capacity
+  LockedLoad(paths::kSettings);
+}
 
 std::string ConfigXml::get_share_path() {
   return Vexil::CDOMElement(GetRootNode().SelectSingleNode(share_paths[kLogVolume]))

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "settings/alert_info.h"
 #include "settings/xml_data.h"
 
 namespace sarvik {
@@ -23,7 +24,8 @@ class ConfigXml : public XmlData {
   ~ConfigXml() override;
 
   // Forgets the parsed rules and loads the settings file anew. Raises CXMLError when it cannot
-  // be read; the document is then empty until a later reload succeeds.
+  // be read; the document is then empty until a later reload succeeds. The rules are not parsed
+  // here, so a bad rule never makes a reload fail.
   void reload();
   // The directory of all three logs: the text of "share/path". Raises CXMLError when missing.
   std::string get_share_path();
@@ -31,10 +33,20 @@ class ConfigXml : public XmlData {
   // CXMLError when no document is loaded.
   std::vector<std::string> get_share_names();
 
+  // The alert rules in document order, parsed at the first call after a reload (and again at
+  // every call while the list is empty). Rules that cannot be parsed are left out silently.
+  // Raises CXMLError when no document is loaded.
+  const std::vector<AlertInfo>& get_alert_list();
+  // One rule from its "alert" element. Raises when it has no name with text; every other fault
+  // is absorbed field by field, leaving that field at its default.
+  AlertInfo parse_alert(Vexil::CDOMElement alert);
+
   // Path kind to the XPath of its element; kind 0 is the log volume.
   std::map<int, Glib::ustring> share_paths;
   // Weekday attribute name to its bit in a rule's weekday mask, Sunday 0 as localtime counts.
   std::map<Glib::ustring, int> weekday_bits;
+  // The parsed rules; empty after construction and after every reload.
+  std::vector<AlertInfo> alerts;
 
  private:
   void fill_tables();

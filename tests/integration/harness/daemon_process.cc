@@ -176,9 +176,12 @@ std::optional<int> DaemonProcess::wait_exit(std::chrono::milliseconds timeout) {
       exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
       break;
     }
-    if (std::chrono::steady_clock::now() >= deadline) break;
+    if (std::chrono::steady_clock::now() >= deadline) return exit_status;
     std::this_thread::sleep_for(10ms);
   }
+  // The process has ended; what it wrote last may still be on its way through the terminals.
+  std::unique_lock<std::mutex> lock(mutex);
+  changed.wait_until(lock, deadline, [this] { return streams_closed; });
   return exit_status;
 }
 

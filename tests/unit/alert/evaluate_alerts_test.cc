@@ -1,0 +1,125 @@
+// Alert evaluation: hits go to the alert log and to the tally of the rule's name.
+#include "alert/evaluate_alerts.h"
+
+#include <gtest/gtest.h>
+
+#include "support/fixed_paths.h"
+#include "support/xml_error.h"
+#include "testing/file_text.h"
+#include "testing/fresh_volumes.h"
+
+namespace sarvik {
+namespace {
+
+constexpr char kVolume[] = "/mnt/data/logs";
+constexpr time_t kWhen = 1700000000;
+constexpr char kLine[] = "2023/11/14 22:13:20,alice,pc1,192.0.2.7,open_read,ok,docs,a.txt";
+
+// A rule called `name` that fires on every access to share `share`.
+std::string rule(const std::string& name, const std::string& share = "docs") {
+  return "<alert><name>" + name +
+         "</name><period><weekdays sun='true' mon='true' tue='true' wed='true' thu='true' "
+         "fri='true' sat='true'/></period><usernamelist all='true'/><sharename>" +
+         share + "</sharename><operationlist><operation type='open_read' enable='true'/>" +
+         "</operationlist></alert>";
+}
+
+// The service's fixed directories on private volumes, and settings with the given rules.
+class EvaluateAlerts : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    SARVIK_REQUIRE_FRESH_VOLUMES();
+    testing::make_dirs("/mnt/data/xmlconf");
+    testing::make_dirs(paths::kStateDir);
+    testing::make_dirs(kVolume);
+  }
+  void load(const std::string& rules, const std::string& share_path = kVolume) {
+    testing::write_file(paths::kSettings, "<config><share><path>" + share_path +
+                                              "</path></share><alertlist>" + rules +
+                                              "</alertlist></config>");
+    config.reload();
+  }
+  void evaluate(const std::string& share = "docs") {
+    evaluate_alerts(kWhen, "alice", "pc1", "192.0.2.7", "open_read", "ok", share, "a.txt", kLine,
+                    config, alerts);
+  }
+  // The lines of the alert log, each with its CR LF.
+  std::string alert_log() {
+    std::string text;
+    std::string root = std::string(kVolume) + "/alertlog";
+    for (const std::string& month : testing::list_dir(root)) {
+      for (const std::string& file : testing::list_dir(root + "/" + month)) {
+        text += testing::read_file(root + "/" + month + "/" + file);
+      }
+    }
+    return text;
+  }
+
+  ConfigXml config;
+  AlertThread alerts{nullptr};  // not started: nothing drains the tallies
+};
+
+TEST_F(EvaluateAlerts, NoRulesCreateNoAlertLog) {
+  load("");
+  evaluate();
+  EXPECT_FALSE(testing::exists(std::string(kVolume) + "/alertlog"));
+  EXPECT_TRUE(alerts.tallies.empty());
+}
+
+TEST_F(EvaluateAlerts, HitWritesTheLineAtOnceAndQueuesIt) {
+  load(rule("watch"));
+  evaluate();
+  EXPECT_EQ(alert_log(), std::string("\xEF\xBB\xBF") + kLine + "\r\n");
+  ASSERT_EQ(alerts.tallies.count("watch"), 1u);
+  EXPECT_EQ(alerts.tallies["watch"].lines, std::vector<std::string>{kLine});
+  EXPECT_GT(alerts.tallies["watch"].last_time, kWhen);  // the present, not the event's time
+}
+
+TEST_F(EvaluateAlerts, EventThatFiresNothingWritesNothing) {
+  load(rule("watch", "other"));
+  evaluate();
+  EXPECT_FALSE(testing::exists(std::string(kVolume) + "/alertlog"));
+  EXPECT_TRUE(alerts.tallies.empty());
+}
+
+TEST_F(EvaluateAlerts, TwoRulesOfOneNameShareOneTallyAndWriteTwice) {
+  load(rule("twin") + rule("twin"));
+  evaluate();
+  EXPECT_EQ(alerts.tallies["twin"].lines, (std::vector<std::string>{kLine, kLine}));
+  EXPECT_EQ(alert_log(), std::string("\xEF\xBB\xBF") + kLine + "\r\n" + kLine + "\r\n");
+}
+
+TEST_F(EvaluateAlerts, EveryRuleIsTriedAfterAHit) {
+  load(rule("a") + rule("b", "other") + rule("c"));
+  evaluate();
+  EXPECT_EQ(alerts.tallies.size(), 2u);
+  EXPECT_EQ(alerts.tallies["a"].lines.size(), 1u);
+  EXPECT_EQ(alerts.tallies["c"].lines.size(), 1u);
+}
+
+TEST_F(EvaluateAlerts, TalliesOutliveAReloadThatRemovesTheRule) {
+  load(rule("gone"));
+  evaluate();
+  load(rule("kept"));
+  evaluate();
+  EXPECT_EQ(alerts.tallies["gone"].lines, std::vector<std::string>{kLine});
+  EXPECT_EQ(alerts.tallies["kept"].lines, std::vector<std::string>{kLine});
+}
+
+TEST_F(EvaluateAlerts, MissingVolumeKeepsNoLineButTheHitIsQueued) {
+  load(rule("watch"), "/mnt/data/unmounted");
+  evaluate();
+  EXPECT_FALSE(testing::exists("/mnt/data/unmounted"));
+  EXPECT_EQ(alerts.tallies["watch"].lines, std::vector<std::string>{kLine});
+}
+
+TEST_F(EvaluateAlerts, MissingSharePathRaisesBeforeTheHitIsQueued) {
+  testing::write_file(paths::kSettings,
+                      "<config><alertlist>" + rule("a") + "</alertlist></config>");
+  config.reload();
+  EXPECT_THROW(evaluate(), Vexil::CXMLError);
+  EXPECT_TRUE(alerts.tallies.empty());
+}
+
+}  // namespace
+}  // namespace sarvik
