@@ -6,6 +6,7 @@
 
 #include "alert/alert_thread.h"
 #include "core/access_log_handler.h"
+#include "core/error_report.h"
 #include "core/reload_flag.h"
 #include "core/system_log_handler.h"
 #include "protocol/connection.h"
@@ -69,12 +70,8 @@ void serve_next(Connection& listener, ConfigXml& config, AlertThread& alerts) {
     reload_if_requested(config);
     if (!dispatch(client, config, alerts)) return;
     client.write_packet(ResultData(kResultOk));  // result ignored: the client may have left
-  } catch (const std::runtime_error& error) {
-    std::cerr << "Error: " << error.what() << std::endl;
-  } catch (const std::logic_error& error) {
-    std::cerr << "Error: " << error.what() << std::endl;
   } catch (...) {
-    std::cerr << "Error: unknown exception\n";
+    report_current_exception();
   }
 }
 

@@ -3,10 +3,10 @@
 
 #include <unistd.h>
 
-#include <iostream>
 #include <stdexcept>
 #include <string>
 
+#include "core/error_report.h"
 #include "core/reload_flag.h"
 #include "core/server.h"
 #include "support/library_messages.h"
@@ -35,12 +35,8 @@ int run_service(int argc, char** argv) {
     install_signal_handlers();
     Vexil::SilenceLibraryMessages();
     server_main();
-  } catch (const std::runtime_error& error) {
-    std::cerr << "Error: " << error.what() << std::endl;
-  } catch (const std::logic_error& error) {
-    std::cerr << "Error: " << error.what() << std::endl;
   } catch (...) {
-    std::cerr << "Error: unknown exception\n";
+    report_current_exception();
   }
   return kFailureStatus;
 }

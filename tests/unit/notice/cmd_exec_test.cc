@@ -13,6 +13,7 @@
 
 #include "notice/cmd_exec_error.h"
 #include "testing/file_text.h"
+#include "testing/script_test.h"
 #include "testing/temp_dir.h"
 
 namespace sarvik {
@@ -21,20 +22,7 @@ namespace {
 using testing::TempDir;
 using testing::write_file;
 
-class CmdExecTest : public ::testing::Test {
- protected:
-  // Like the daemon: a child that leaves early makes writes fail instead of ending the test.
-  static void SetUpTestSuite() { signal(SIGPIPE, SIG_IGN); }
-
-  // An executable shell script `name` in the temporary directory running `body`; its path.
-  std::string Script(const std::string& name, const std::string& body) {
-    const std::string path = dir / name;
-    write_file(path, "#!/bin/sh\n" + body + "\n", 0755);
-    return path;
-  }
-
-  TempDir dir;
-};
+using CmdExecTest = testing::ScriptTest;
 
 using CmdExecDeathTest = CmdExecTest;
 

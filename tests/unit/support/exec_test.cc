@@ -17,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include "testing/file_text.h"
+#include "testing/script_test.h"
 #include "testing/temp_dir.h"
 #include "write_probe.h"
 
@@ -59,20 +60,7 @@ std::set<int> fds_from(const std::string& text, int min_fd) {
   return fds;
 }
 
-class CExecTest : public ::testing::Test {
- protected:
-  // Like the daemon: a child that leaves early makes writes fail instead of ending the test.
-  static void SetUpTestSuite() { signal(SIGPIPE, SIG_IGN); }
-
-  // An executable shell script `name` in the temporary directory running `body`; its path.
-  std::string Script(const std::string& name, const std::string& body) {
-    const std::string path = dir / name;
-    write_file(path, "#!/bin/sh\n" + body + "\n", 0755);
-    return path;
-  }
-
-  TempDir dir;
-};
+using CExecTest = sarvik::testing::ScriptTest;
 
 using CExecDeathTest = CExecTest;
 
