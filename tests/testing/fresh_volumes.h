@@ -2,6 +2,8 @@
 #ifndef SARVIK_TESTING_FRESH_VOLUMES_H_
 #define SARVIK_TESTING_FRESH_VOLUMES_H_
 
+#include <unistd.h>
+
 #include <string>
 
 namespace sarvik::testing {
@@ -20,11 +22,13 @@ bool mount_tmpfs(const std::string& path, unsigned long size_kib, std::string* w
 
 }  // namespace sarvik::testing
 
-// In a test body or fixture set-up: skips the test when fresh volumes cannot be had (not root).
+// In a test body or fixture set-up: skips the test when not run as root, and fails it when
+// root cannot have fresh volumes (so that a run as root never passes by skipping).
 #define SARVIK_REQUIRE_FRESH_VOLUMES()                                 \
   do {                                                                 \
     std::string fresh_volumes_why;                                     \
     if (!::sarvik::testing::enter_fresh_volumes(&fresh_volumes_why)) { \
+      if (geteuid() == 0) FAIL() << fresh_volumes_why;                 \
       GTEST_SKIP() << fresh_volumes_why;                               \
     }                                                                  \
   } while (0)
