@@ -23,7 +23,7 @@ class Expiry : public ServiceTest {
 
   void SetUp() override {
     ServiceTest::SetUp();
-    if (IsSkipped()) return;
+    if (IsSkipped() || HasFatalFailure()) return;
     std::string why;
     ASSERT_TRUE(mount_tmpfs(kLogVolume, 64 * 1024, &why)) << why;
     old_system = old_file("systemlog", "system_");
