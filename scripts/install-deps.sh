@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building, testing and running the demo need, when missing.
+# Installs the Debian packages that building, testing, packaging and running the demo need, when
+# missing.
 # As root it runs apt-get; otherwise it prints the command to run and fails.
 set -euo pipefail
 
@@ -8,6 +9,7 @@ packages=(
   libxml++2.6-dev libglibmm-2.4-dev libxml2-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   util-linux
+  dpkg-dev file lintian groff-base man-db systemd procps
 )
 
 missing=()

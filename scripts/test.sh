@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs every test: unit and end-to-end tests in a build with warnings as errors, all of them again
 # under AddressSanitizer + UndefinedBehaviorSanitizer (leaks count as failures), and the threaded
-# tests under ThreadSanitizer. End-to-end tests need root (private mount namespaces).
+# tests under ThreadSanitizer; the Debian package is built and checked from the release build.
+# End-to-end tests need root (private mount namespaces).
 set -uo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh || exit 1
@@ -28,6 +29,8 @@ export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
 
 run_tree release "" -DCMAKE_BUILD_TYPE=RelWithDebInfo
+echo "=== package: build and check"
+scripts/check-package.sh || failed+=("package")
 run_tree asan "" -DSARVIK_SANITIZE=address -DSARVIK_BENCH=OFF
 run_tree tsan "-L threaded" -DSARVIK_SANITIZE=thread -DSARVIK_BENCH=OFF
 

@@ -1,0 +1,92 @@
+#!/usr/bin/env bash
+# Builds the Debian package from the release tree and checks it: lintian without errors, the
+# expected files with their modes and owners, a unit that systemd-analyze accepts, and a
+# changelog of the package's version.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/install-deps.sh
+scripts/build.sh build/release -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+
+out=build/release/package
+rm -rf "$out"
+if ! log=$(cpack -G DEB -B "$out" --config build/release/CPackConfig.cmake 2>&1); then
+  echo "$log" >&2
+  exit 1
+fi
+debs=("$out"/*.deb)
+[ ${#debs[@]} -eq 1 ] || { echo "check-package: expected one package in $out" >&2; exit 1; }
+deb=${debs[0]}
+echo "Built $deb."
+
+failures=0
+fail() {
+  echo "check-package: $*" >&2
+  failures=$((failures + 1))
+}
+
+echo "--- lintian (errors fail, warnings and notes are listed)"
+lintian_status=0
+tags=$(lintian --fail-on error --display-info --tag-display-limit 0 "$deb" 2>&1) || lintian_status=$?
+grep -v '^running with root privileges' <<<"$tags" || true
+[ $lintian_status -eq 0 ] || fail "lintian reports errors"
+
+echo "--- contents"
+listing=$(dpkg-deb -c "$deb")
+# mode_of <path below the root>: the mode string of that entry in the package, or nothing.
+mode_of() { awk -v path="./$1" '$6 == path { print $1 }' <<<"$listing"; }
+expect() {  # <mode string> <path>...
+  local mode=$1 path
+  shift
+  for path in "$@"; do
+    local actual
+    actual=$(mode_of "$path")
+    if [ -z "$actual" ]; then
+      fail "missing: /$path"
+    elif [ "$actual" != "$mode" ]; then
+      fail "/$path has mode $actual, expected $mode"
+    fi
+  done
+}
+expect -rwxr-xr-x usr/sbin/sarvik usr/bin/sarvik-send
+expect -rw-r--r-- usr/lib/systemd/system/sarvik.service \
+  usr/share/doc/sarvik/copyright usr/share/doc/sarvik/changelog.gz \
+  usr/share/doc/sarvik/README.md \
+  usr/share/doc/sarvik/examples/config-sarvik.xml usr/share/doc/sarvik/examples/config-notice.xml
+for page in packaging/man/*.[1-8]; do
+  name=$(basename "$page")
+  expect -rw-r--r-- "usr/share/man/man${name##*.}/$name.gz"
+done
+awk '$2 != "root/root" { print "check-package: not owned by root: " $6 }' <<<"$listing" |
+  grep . >&2 && fail "entries not owned by root"
+awk '$1 ~ /^d/ && $1 != "drwxr-xr-x" { print "check-package: directory mode " $1 ": " $6 }' \
+  <<<"$listing" | grep . >&2 && fail "directories with another mode than 0755"
+
+root=$(mktemp -d)
+trap 'rm -rf "$root"' EXIT
+dpkg -x "$deb" "$root"
+unit=$root/usr/lib/systemd/system/sarvik.service
+
+# The daemon is an argument of stdbuf, so systemd-analyze does not look for it: check it here.
+daemon=$(sed -n 's/^ExecStart=.* \(\/[^ ]*\)$/\1/p' "$unit")
+[ "$daemon" = /usr/sbin/sarvik ] || fail "the unit starts '$daemon', not /usr/sbin/sarvik"
+[ -x "$root$daemon" ] || fail "the unit's daemon $daemon is not in the package"
+
+changelog=$root/changelog
+zcat "$root/usr/share/doc/sarvik/changelog.gz" >"$changelog"
+version=$(dpkg-deb -f "$deb" Version)
+logged=$(dpkg-parsechangelog -l "$changelog" -S Version)
+[ "$logged" = "$version" ] || fail "the changelog's latest version is $logged, the package's $version"
+
+echo "--- systemd-analyze verify"
+# Its documentation check runs man, which finds the package's pages through MANPATH.
+if ! verdict=$(MANPATH=$root/usr/share/man systemd-analyze verify "$unit" 2>&1) ||
+  [ -n "$verdict" ]; then
+  echo "$verdict" >&2
+  fail "systemd-analyze verify does not accept the unit"
+fi
+
+if [ $failures -ne 0 ]; then
+  echo "check-package: $failures problem(s) in $deb" >&2
+  exit 1
+fi
+echo "Package checked: $deb"
