@@ -3,6 +3,7 @@
 
 #include <time.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "check/diagnostic.h"
@@ -118,8 +119,10 @@ std::string reason_no_rule_is_tried(ConfigXml& config, const std::string& share)
     return "'accesslogconf' is not enabled: the record is not logged";
   }
   if (!is_logged_share(share, config)) {
-    // With "all" on, only the reserved share is refused.
-    if (XmlData::GetEnable(config.GetRootNode(), keys::kShareList, keys::kAll)) {
+    // A share that "all" or the list would take is the reserved one.
+    std::vector<std::string> listed = config.get_share_names();
+    if (XmlData::GetEnable(config.GetRootNode(), keys::kShareList, keys::kAll) ||
+        std::find(listed.begin(), listed.end(), share) != listed.end()) {
       return "share " + quoted(share) + " is never logged";
     }
     return "share " + quoted(share) + " is not named in 'sharelist', and its all is not \"true\"";

@@ -75,7 +75,7 @@ void check_notice(const std::string& lock_path, FileDiagnostics& out) {
     ++index;
   }
   if (profiles.empty()) {
-    out.warning(nearest_line(document.GetRootNode(), kMailConfs),
+    out.warning(nearest_line(document.GetRootNode(), parent_path(kMailConfs)),
                 std::string("no mail profile takes system notices: ") + kNoMail);
   }
 }

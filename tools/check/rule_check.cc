@@ -21,12 +21,6 @@ using Pattern = AlertInfo::AlertPattern;
 
 constexpr int64_t kLastMinuteOfDay = 23 * 60 + 59;
 
-// "operationlist" of "operationlist/operation".
-std::string parent_of(const char* path) {
-  std::string text = path;
-  return text.substr(0, text.rfind('/'));
-}
-
 // One rule, its element, and where its findings go.
 struct RuleContext {
   ConfigXml& config;
@@ -144,7 +138,7 @@ void check_operations(const RuleContext& context) {
   } else if (read.empty()) {
     context.never_fires(line, "no operation of 'operationlist' is read");
   } else {
-    context.never_fires(nearest_line(context.alert, parent_of(keys::kOperations)),
+    context.never_fires(nearest_line(context.alert, parent_path(keys::kOperations)),
                         "no operation of 'operationlist' has enable=\"true\"");
   }
 }

@@ -97,7 +97,7 @@ void check_shares(ConfigXml& config, FileDiagnostics& out) {
   }
   if (!log_enabled(root, kLogs[1])) {
     if (!XmlData::SelectElements(root, keys::kAlerts).empty()) {
-      out.note(nearest_line(root, keys::kAlerts),
+      out.note(nearest_line(root, parent_path(keys::kAlerts)),
                "'accesslogconf' is not enabled: no access record is logged and no rule is tried");
     }
   } else if (!any_logged) {

@@ -12,6 +12,8 @@ std::string child_path(const std::string& parent, const std::string& child) {
   return parent + "/" + child;
 }
 
+std::string parent_path(const std::string& path) { return path.substr(0, path.rfind('/')); }
+
 int line_of(const CDOMNode& node) {
   return node.GetNode() == nullptr ? 0 : node.GetNode()->get_line();
 }

@@ -13,6 +13,8 @@ namespace sarvik::check {
 
 // "parent/child", a path below the root or below an element.
 std::string child_path(const std::string& parent, const std::string& child);
+// The path without its last step: "operationlist" of "operationlist/operation".
+std::string parent_path(const std::string& path);
 
 // None of these raise; a missing node reads as nothing. The handles they return live no longer
 // than the document.
