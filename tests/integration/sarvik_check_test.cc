@@ -12,25 +12,26 @@
 #include "testing/temp_dir.h"
 
 namespace sarvik::testing {
-namespace {
 
+// These two serve sarvik_check_event_test.cc too, the other half of this test program.
 CommandResult check(const std::vector<std::string>& args) {
   std::vector<std::string> argv{SARVIK_CHECK_PATH};
   argv.insert(argv.end(), args.begin(), args.end());
   return run_command(argv);
 }
+extern const char kAllWeekdays[] =
+    "<weekdays sun=\"true\" mon=\"true\" tue=\"true\" wed=\"true\" thu=\"true\" fri=\"true\" "
+    "sat=\"true\"/>";
 
-constexpr char kEveryDay[] =
-    "<period><weekdays sun=\"true\" mon=\"true\" tue=\"true\" wed=\"true\" thu=\"true\" "
-    "fri=\"true\" sat=\"true\"/></period>";
+namespace {
+
+const std::string kEveryDay = std::string("<period>") + kAllWeekdays + "</period>";
 
 // A period on every day from `from` to `to`, each "<hour>..</hour><minute>..</minute>" text.
 std::string every_day(const std::string& from, const std::string& to,
                       const std::string& period_attributes = "") {
-  return "<period" + period_attributes +
-         "><weekdays sun=\"true\" mon=\"true\" tue=\"true\" wed=\"true\" thu=\"true\" "
-         "fri=\"true\" sat=\"true\"/><from>" +
-         from + "</from><to>" + to + "</to></period>";
+  return "<period" + period_attributes + ">" + kAllWeekdays + "<from>" + from + "</from><to>" + to +
+         "</to></period>";
 }
 
 // One alert rule, six lines, each part on a line of its own; by default it is clean.
