@@ -193,12 +193,14 @@ std::vector<SettingsCase> settings_cases() {
       {"CleanSettings", SettingsText(), {}, 0},
       {"NoSharePath",
        settings_with(&SettingsText::share, ""),
-       {"2: error: no 'share/path' text: every record of an enabled log fails (not logged, no "
+       {"2: error: no 'share/path' text: every record that an enabled log takes fails (not logged, "
+        "no "
         "answer)"},
        2},
       {"SharePathWithoutText",
        settings_with(&SettingsText::share, "<share><path/></share>"),
-       {"3: error: no 'share/path' text: every record of an enabled log fails (not logged, no "
+       {"3: error: no 'share/path' text: every record that an enabled log takes fails (not logged, "
+        "no "
         "answer)"},
        2},
       {"NoSharePathWhileBothLogsAreOff",
@@ -620,8 +622,8 @@ TEST(SarvikCheck, DefaultsAreTheServicesFilesAndTheNoticeLock) {
   write_file(paths::kSettings, settings_with(&SettingsText::share, "").to_xml());
   CommandResult result = check({});
   EXPECT_EQ(result.out, std::string(paths::kSettings) +
-                            ":2: error: no 'share/path' text: every record of an enabled log "
-                            "fails (not logged, no answer)\n" +
+                            ":2: error: no 'share/path' text: every record that an enabled log "
+                            "takes fails (not logged, no answer)\n" +
                             paths::kNoticeSettings +
                             ": warning: cannot be read (No such file or directory): alerts send "
                             "no mail\nsarvik-check: 1 error, 1 warning\n");

@@ -33,16 +33,16 @@ struct RuleContext {
   }
 };
 
-void check_clock_ranges(const RuleContext& rule) {
+void check_clock_ranges(const RuleContext& context) {
   for (const char* end : {keys::kPeriodFrom, keys::kPeriodTo}) {
-    HourMinute time = XmlData::GetHourMinute(rule.alert, end);
+    HourMinute time = XmlData::GetHourMinute(context.alert, end);
     if (time.hour < 0 || time.hour > 24) {
-      rule.out.warning(nearest_line(rule.alert, child_path(end, keys::kHour)),
-                       "'hour' " + std::to_string(time.hour) + " is out of range (0 to 24)");
+      context.out.warning(nearest_line(context.alert, child_path(end, keys::kHour)),
+                          "'hour' " + std::to_string(time.hour) + " is out of range (0 to 24)");
     }
     if (time.minute < 0 || time.minute > 59) {
-      rule.out.warning(nearest_line(rule.alert, child_path(end, keys::kMinute)),
-                       "'minute' " + std::to_string(time.minute) + " is out of range (0 to 59)");
+      context.out.warning(nearest_line(context.alert, child_path(end, keys::kMinute)),
+                          "'minute' " + std::to_string(time.minute) + " is out of range (0 to 59)");
     }
   }
 }

@@ -46,7 +46,7 @@ void check_log_volume(ConfigXml& config, bool any_log_on, FileDiagnostics& out) 
     int line = nearest_line(root, keys::kSharePath);
     if (any_log_on) {
       out.error(line,
-                "no 'share/path' text: every record of an enabled log fails (not logged, "
+                "no 'share/path' text: every record that an enabled log takes fails (not logged, "
                 "no answer)");
     } else {
       out.note(line, "no 'share/path' text; harmless while both logs are disabled");
