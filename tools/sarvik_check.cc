@@ -8,7 +8,7 @@
 #include "check/diagnostic.h"
 #include "check/document_load.h"
 #include "check/event_dry_run.h"
-#include "check/event_spec.h"
+#include "check/event_fields.h"
 #include "check/notice_check.h"
 #include "check/settings_check.h"
 #include "settings/config_xml.h"

@@ -298,7 +298,8 @@ struct ComparedEvent {
   uint16_t status, error_number;
   std::string share, path;
 
-  std::string spec() const {
+  // The value of --event for this record.
+  std::string option() const {
     return "user=" + user + ",host=" + host + ",ip=" + ipaddr + ",op=" + operation +
            ",status=" + std::to_string(status) + ",errno=" + std::to_string(error_number) +
            ",share=" + share + ",path=" + path;
@@ -346,8 +347,8 @@ TEST_F(DryRunAgainstService, SaysOfEveryRuleWhatTheAlertLogShows) {
   start_service();
   std::set<std::string> ever_fired;
   for (const ComparedEvent& event : kComparedEvents) {
-    SCOPED_TRACE(event.spec());
-    CommandResult said = check({"--settings", paths::kSettings, "--event", event.spec()});
+    SCOPED_TRACE(event.option());
+    CommandResult said = check({"--settings", paths::kSettings, "--event", event.option()});
     ASSERT_EQ(said.status, 0) << said.err;
     size_t before = log_lines("alertlog", kLogVolume).size();
     EXPECT_EQ(exchange(access_record(event.user, event.host, event.ipaddr, event.operation,

@@ -5,7 +5,7 @@
 #include <ostream>
 #include <string>
 
-#include "check/event_spec.h"
+#include "check/event_fields.h"
 #include "settings/config_xml.h"
 
 namespace sarvik::check {

@@ -1,6 +1,6 @@
 // The access event of a dry run, as given on the command line.
-#ifndef SARVIK_TOOLS_CHECK_EVENT_SPEC_H_
-#define SARVIK_TOOLS_CHECK_EVENT_SPEC_H_
+#ifndef SARVIK_TOOLS_CHECK_EVENT_FIELDS_H_
+#define SARVIK_TOOLS_CHECK_EVENT_FIELDS_H_
 
 #include <cstdint>
 #include <ctime>
@@ -30,4 +30,4 @@ bool parse_event(const std::string& text, time_t now, EventFields* event, std::s
 
 }  // namespace sarvik::check
 
-#endif  // SARVIK_TOOLS_CHECK_EVENT_SPEC_H_
+#endif  // SARVIK_TOOLS_CHECK_EVENT_FIELDS_H_

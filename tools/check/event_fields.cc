@@ -1,5 +1,5 @@
 // The access event of a dry run, as given on the command line.
-#include "check/event_spec.h"
+#include "check/event_fields.h"
 
 #include <time.h>
 
