@@ -1,0 +1,198 @@
+// The dry run: one access event through the service's handling, as far as the alert rules.
+#include "check/event_dry_run.h"
+
+#include <time.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "check/diagnostic.h"
+#include "check/xml_lookup.h"
+#include "core/access_fields.h"
+#include "core/record_text.h"
+#include "protocol/request_data.h"
+#include "settings/settings_keys.h"
+
+namespace sarvik::check {
+
+namespace {
+
+using Pattern = AlertInfo::AlertPattern;
+
+// Expiry settings of the access log, the kind the access handler asks for.
+constexpr int kAccessAutoDelete = 1;
+
+// The event's fields as the rules receive them.
+struct RuleFields {
+  std::string user;
+  std::string host;
+  std::string ipaddr;
+  std::string operation;
+  std::string result;
+  std::string share;
+  std::string path;
+};
+
+// The normalisation of the access handler, by its own field builders.
+RuleFields normalise(const ReqAccessLog& request) {
+  std::string share = request.text_entry(kAccessShare);
+  return RuleFields{access_user(request),
+                    request.text_entry(kAccessHost),
+                    request.text_entry(kAccessIpAddr),
+                    access_operation(request),
+                    access_result(request, /*brief=*/true),
+                    share,
+                    access_path(request, share)};
+}
+
+// The weekday attribute of the settings ("mon") for `when` in local time, and its time of day.
+std::string local_day(const ConfigXml& config, time_t when, struct tm* local) {
+  localtime_r(&when, local);
+  for (const auto& [day, bit] : config.weekday_bits) {
+    if (bit == local->tm_wday) return day.raw();
+  }
+  return "?";
+}
+
+std::string period_failure(const ConfigXml& config, const AlertInfo& rule, time_t when) {
+  struct tm local;
+  std::string day = local_day(config, when, &local);
+  std::string moment = clock_text(local.tm_hour, local.tm_min);
+  if (rule.period_not) {
+    return quoted(day) + " " + moment + " lies inside the period, and not=\"true\" excludes it";
+  }
+  if ((rule.weekdays & (uint32_t{1} << local.tm_wday)) == 0) {
+    return quoted(day) + " is not set in 'weekdays'";
+  }
+  return moment + " is outside " + clock_text(rule.from_hour, rule.from_minute) + " to " +
+         clock_text(rule.to_hour, rule.to_minute);
+}
+
+std::string user_failure(const AlertInfo& rule, const std::string& user) {
+  bool everybody = (rule.username.flags & Pattern::ALERT_FLAG_ALL) != 0;
+  bool inverted = (rule.username.flags & Pattern::ALERT_FLAG_NOT) != 0;
+  if (everybody && inverted) return "'usernamelist' has both all=\"true\" and not=\"true\"";
+  if (inverted) return quoted(user) + " is excluded by 'usernamelist' not=\"true\"";
+  return quoted(user) + " is not in 'usernamelist'";
+}
+
+std::string pattern_failure(const std::string& value, const Pattern& pattern) {
+  if ((pattern.flags & Pattern::ALERT_FLAG_NOT) != 0) {
+    return quoted(value) + " matches " + quoted(pattern.text) + ", which not=\"true\" excludes";
+  }
+  return quoted(value) + " does not match " + quoted(pattern.text);
+}
+
+// The first condition of the rule test that `fields` fail, in the test's order, with its
+// reason; empty when all pass.
+std::string first_failure(const ConfigXml& config, const AlertInfo& rule, time_t when,
+                          const RuleFields& fields) {
+  if (!rule.match_period(when)) return "period: " + period_failure(config, rule, when);
+  if (!rule.match_username(fields.user)) return "user: " + user_failure(rule, fields.user);
+  if (!rule.match_path(fields.host, rule.hostname)) {
+    return "host: " + pattern_failure(fields.host, rule.hostname);
+  }
+  if (!rule.match_path(fields.ipaddr, rule.ipaddr)) {
+    return "address: " + pattern_failure(fields.ipaddr, rule.ipaddr);
+  }
+  if (!rule.is_operation_enabled(fields.operation)) {
+    bool listed = rule.operations.count(fields.operation) != 0;
+    return "operation: " + quoted(fields.operation) +
+           (listed ? " is not enabled in 'operationlist'" : " is not in 'operationlist'");
+  }
+  if (!rule.match_path(fields.result, rule.result)) {
+    return "result: " + pattern_failure(fields.result, rule.result);
+  }
+  if (!rule.match_path(fields.share, rule.sharename)) {
+    return "share: " + pattern_failure(fields.share, rule.sharename);
+  }
+  if (!rule.match_path(fields.path, rule.path)) {
+    return "path: " + pattern_failure(fields.path, rule.path);
+  }
+  return std::string();
+}
+
+// Why the access handler ends before the rules, as the handler takes its steps; empty when the
+// rules are tried.
+std::string reason_no_rule_is_tried(ConfigXml& config, const std::string& share) {
+  if (!XmlData::GetEnable(config.GetRootNode(), keys::kAccessLogConf, keys::kEnable)) {
+    return "'accesslogconf' is not enabled: the record is not logged";
+  }
+  if (!is_logged_share(share, config)) {
+    // A share that "all" or the list would take is the reserved one.
+    std::vector<std::string> listed = config.get_share_names();
+    if (XmlData::GetEnable(config.GetRootNode(), keys::kShareList, keys::kAll) ||
+        std::find(listed.begin(), listed.end(), share) != listed.end()) {
+      return "share " + quoted(share) + " is never logged";
+    }
+    return "share " + quoted(share) + " is not named in 'sharelist', and its all is not \"true\"";
+  }
+  try {
+    config.get_share_path();
+  } catch (...) {
+    return "the request fails: no 'share/path' text";
+  }
+  try {
+    config.GetAutoDelete(kAccessAutoDelete);
+  } catch (...) {
+    return std::string("the request fails: no '") + keys::kAccessAutoDelete + "' element";
+  }
+  return std::string();
+}
+
+// The lines of the rules that the service keeps, in the order of its rule list.
+std::vector<int> rule_lines(ConfigXml& config) {
+  std::vector<int> lines;
+  for (const Vexil::CDOMElement& alert :
+       XmlData::SelectElements(config.GetRootNode(), keys::kAlerts)) {
+    try {
+      config.parse_alert(alert);
+      lines.push_back(line_of(alert));
+    } catch (...) {
+      // dropped by the service too
+    }
+  }
+  return lines;
+}
+
+}  // namespace
+
+void dry_run_event(const EventFields& event, ConfigXml& config, const std::string& file,
+                   std::ostream& out) {
+  ReqAccessLog request(event.user.c_str(), event.host.c_str(), event.ipaddr.c_str(),
+                       event.operation.c_str(), event.status, event.error_number,
+                       event.share.c_str(), event.path.c_str());
+  RuleFields fields = normalise(request);
+  struct tm local;
+  out << "event: " << format_time(event.time) << " (" << local_day(config, event.time, &local)
+      << "), user " << quoted(fields.user) << ", host " << quoted(fields.host) << ", address "
+      << quoted(fields.ipaddr) << ", operation " << quoted(fields.operation) << ", result "
+      << quoted(fields.result) << ", share " << quoted(fields.share) << ", path "
+      << quoted(fields.path) << "\n";
+  std::string stop = reason_no_rule_is_tried(config, fields.share);
+  if (!stop.empty()) {
+    out << "access log: " << stop << "; no rule is tried\n";
+    return;
+  }
+  out << "access log: share " << quoted(fields.share) << " is logged\n";
+  const std::vector<AlertInfo>& rules = config.get_alert_list();
+  std::vector<int> lines = rule_lines(config);
+  int fired = 0;
+  for (size_t i = 0; i < rules.size(); ++i) {
+    const AlertInfo& rule = rules[i];
+    out << file << ":" << (i < lines.size() ? lines[i] : 0) << ": rule " << quoted(rule.name);
+    // The verdict is the service's own test; the parts only name the condition that stops it.
+    if (rule.match(event.time, fields.user, fields.host, fields.ipaddr, fields.operation,
+                   fields.result, fields.share, fields.path)) {
+      out << ": fires\n";
+      ++fired;
+    } else {
+      std::string failure = first_failure(config, rule, event.time, fields);
+      out << ": does not fire" << (failure.empty() ? "" : ": " + failure) << "\n";
+    }
+  }
+  out << "sarvik-check: " << fired << " of " << rules.size()
+      << (rules.size() == 1 ? " rule fires" : " rules fire") << "\n";
+}
+
+}  // namespace sarvik::check
