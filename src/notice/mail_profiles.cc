@@ -3,21 +3,12 @@
 
 #include <glibmm/ustring.h>
 
+#include "notice/notice_keys.h"
 #include "settings/settings_keys.h"
 #include "settings/xml_data.h"
 #include "support/fixed_paths.h"
 
 namespace sarvik {
-
-namespace {
-
-// Keys of the notice settings file: the profiles below the root, whatever the root is called,
-// then the switch for system notices and the addresses below one profile.
-constexpr char kMailConfs[] = "mailnotice/mailconflist/mailconf";
-constexpr char kSystemNotify[] = "notifylist/notify[@name=\"system\"]";
-constexpr char kToAddrs[] = "toaddrlist/toaddr";
-
-}  // namespace
 
 std::vector<MailProfile> read_mail_profiles(const std::string& settings_path,
                                             const std::string& lock_path) {
@@ -26,11 +17,11 @@ std::vector<MailProfile> read_mail_profiles(const std::string& settings_path,
   std::vector<MailProfile> profiles;
   int index = 0;
   for (const Vexil::CDOMElement& conf :
-       XmlData::SelectElements(settings.GetRootNode(), kMailConfs)) {
+       XmlData::SelectElements(settings.GetRootNode(), keys::kMailConfs)) {
     if (XmlData::GetEnable(conf, keys::kSelf, keys::kEnable) &&
-        XmlData::GetEnable(conf, kSystemNotify, keys::kEnable)) {
+        XmlData::GetEnable(conf, keys::kSystemNotify, keys::kEnable)) {
       MailProfile profile{index, {}};
-      for (const Glib::ustring& address : XmlData::GetTextList(conf, kToAddrs)) {
+      for (const Glib::ustring& address : XmlData::GetTextList(conf, keys::kToAddrs)) {
         profile.addresses.push_back(address.raw());
       }
       profiles.push_back(std::move(profile));

@@ -12,6 +12,7 @@
 #include "check/schema_check.h"
 #include "check/xml_lookup.h"
 #include "notice/mail_profiles.h"
+#include "notice/notice_keys.h"
 #include "settings/settings_keys.h"
 
 namespace sarvik::check {
@@ -20,9 +21,7 @@ namespace {
 
 using Vexil::CDOMElement;
 
-// Where the mail profiles stand, below the root element, and their parts that are read.
-constexpr char kMailConfs[] = "mailnotice/mailconflist/mailconf";
-constexpr char kNotifies[] = "notifylist/notify";
+// The parts of a profile's notice switch that are read.
 constexpr char kNotifyName[] = "name";
 constexpr char kSystemNotice[] = "system";
 
@@ -35,7 +34,7 @@ void check_profile_switches(const CDOMElement& conf, FileDiagnostics& out) {
     check_switch(conf.GetName().raw(), keys::kEnable, attributes[keys::kEnable], line_of(conf),
                  out);
   }
-  for (const CDOMElement& notify : XmlData::SelectElements(conf, kNotifies)) {
+  for (const CDOMElement& notify : XmlData::SelectElements(conf, keys::kNotifies)) {
     std::map<std::string, std::string> notify_attributes = attributes_of(notify);
     if (notify_attributes[kNotifyName] == kSystemNotice &&
         notify_attributes.count(keys::kEnable) != 0) {
@@ -56,7 +55,7 @@ void check_notice(const std::string& lock_path, FileDiagnostics& out) {
   if (!load_document(document, kNoMail, out)) return;
   // The profiles as the alert thread takes them, numbered among all profiles of the file.
   std::vector<MailProfile> profiles = read_mail_profiles(out.file_name(), lock_path);
-  std::list<CDOMElement> confs = XmlData::SelectElements(document.GetRootNode(), kMailConfs);
+  std::list<CDOMElement> confs = XmlData::SelectElements(document.GetRootNode(), keys::kMailConfs);
   int index = 0;
   auto taking = profiles.begin();
   for (const CDOMElement& conf : confs) {
@@ -75,7 +74,7 @@ void check_notice(const std::string& lock_path, FileDiagnostics& out) {
     ++index;
   }
   if (profiles.empty()) {
-    out.warning(nearest_line(document.GetRootNode(), parent_path(kMailConfs)),
+    out.warning(nearest_line(document.GetRootNode(), parent_path(keys::kMailConfs)),
                 std::string("no mail profile takes system notices: ") + kNoMail);
   }
 }
