@@ -41,7 +41,17 @@ class AlertRoutine : public ::testing::Test {
   void TearDown() override {
     if (!started) return;
     worker.request_exit();
-    EXPECT_TRUE(wake_until(kExit));
+    EXPECT_TRUE(await_exit());
+  }
+
+  // Waits until the routine has left. Taking the mutex once more orders its last use of the
+  // object before whatever the test does next, the destruction included.
+  bool await_exit() {
+    if (!wake_until(kExit)) return false;
+    worker.lock();
+    worker.unlock();
+    started = false;
+    return true;
   }
 
   void start() {
@@ -82,8 +92,7 @@ TEST_F(AlertRoutine, ExitFlagLeavesAtTheNextWakeUpWhateverIsPending) {
   worker.tallies["r"] = AlertTally{0, std::vector<std::string>(1500, "due")};
   worker.exit_requested = true;
   worker.unlock();
-  ASSERT_TRUE(wake_until(kExit));
-  started = false;
+  ASSERT_TRUE(await_exit());
   const std::string text = out.text();
   const std::string last = "alert_thread: wake up.\n" + std::string(kExit);
   EXPECT_EQ(text.rfind(last), text.size() - last.size()) << text;
@@ -96,8 +105,7 @@ TEST_F(AlertRoutine, ExitFlagBeforeTheFirstWakeUpEndsWithoutAScan) {
   worker.tallies["r"] = AlertTally{0, {"due"}};
   worker.request_exit();
   start();
-  ASSERT_TRUE(wake_until(kExit));
-  started = false;
+  ASSERT_TRUE(await_exit());
   EXPECT_EQ(out.text(), "alert_thread: waiting.\nalert_thread: wake up.\n" + std::string(kExit));
   EXPECT_EQ(stubs->eventlog.runs(), 0);
 }
