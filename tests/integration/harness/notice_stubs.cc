@@ -1,4 +1,5 @@
-// Stand-ins for the appliance's notice scripts, and its notice settings, in end-to-end tests.
+// Stand-ins for the appliance's notice scripts in end-to-end tests, with a record of their
+// requests.
 #include "harness/notice_stubs.h"
 
 #include <thread>
@@ -66,18 +67,6 @@ std::vector<std::string> wait_for_requests(const std::string& script, size_t cou
     requests = recorded_requests(script);
   }
   return requests;
-}
-
-std::string mail_profile(bool on, const std::vector<std::string>& addresses) {
-  std::string xml = std::string("<mailconf enable=\"") + (on ? "true" : "false") + "\">";
-  xml += "<notifylist><notify name=\"system\" enable=\"true\"/></notifylist><toaddrlist>";
-  for (const std::string& address : addresses) xml += "<toaddr>" + address + "</toaddr>";
-  return xml + "</toaddrlist></mailconf>";
-}
-
-void write_mail_profiles(const std::string& profiles) {
-  write_file(paths::kNoticeSettings, "<config><mailnotice><mailconflist>" + profiles +
-                                         "</mailconflist></mailnotice></config>");
 }
 
 }  // namespace sarvik::testing

@@ -1,4 +1,5 @@
-// Stand-ins for the appliance's notice scripts, and its notice settings, in end-to-end tests.
+// Stand-ins for the appliance's notice scripts in end-to-end tests, with a record of their
+// requests.
 #ifndef SARVIK_TESTS_INTEGRATION_HARNESS_NOTICE_STUBS_H_
 #define SARVIK_TESTS_INTEGRATION_HARNESS_NOTICE_STUBS_H_
 
@@ -24,11 +25,6 @@ std::vector<std::string> recorded_requests(const std::string& script);
 // returns those it has.
 std::vector<std::string> wait_for_requests(const std::string& script, size_t count,
                                            std::chrono::seconds timeout = 200s);
-
-// A mail profile of the notice settings, on or off as a whole, taking system notices.
-std::string mail_profile(bool on, const std::vector<std::string>& addresses);
-// Writes the notice settings at their fixed path with `profiles` as the profile list.
-void write_mail_profiles(const std::string& profiles);
 
 }  // namespace sarvik::testing
 

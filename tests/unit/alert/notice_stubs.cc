@@ -24,18 +24,6 @@ NoticeStubs::NoticeStubs()
       buzzer(paths::kBuzzerScript, record_dir("buzzer")),
       mail(paths::kMailScript, record_dir("mail")) {}
 
-std::string mail_profile(bool on, const std::vector<std::string>& addresses) {
-  std::string xml = std::string("<mailconf enable=\"") + (on ? "true" : "false") + "\">";
-  xml += "<notifylist><notify name=\"system\" enable=\"true\"/></notifylist><toaddrlist>";
-  for (const std::string& address : addresses) xml += "<toaddr>" + address + "</toaddr>";
-  return xml + "</toaddrlist></mailconf>";
-}
-
-void write_mail_profiles(const std::string& profiles) {
-  write_file(paths::kNoticeSettings, "<config><mailnotice><mailconflist>" + profiles +
-                                         "</mailconflist></mailnotice></config>");
-}
-
 std::string eventlog_request(const std::string& code, const std::string& args) {
   return "<request><entrylist><entry type=\"add\"><eventlog><log><code>" + code +
          "</code><arglist>" + args + "</arglist></log></eventlog></entry></entrylist></request>";

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "../notice/stub_script.h"
+#include "harness/notice_settings.h"
 
 namespace sarvik::testing {
 
@@ -19,11 +20,6 @@ struct NoticeStubs {
   StubScript buzzer;
   StubScript mail;
 };
-
-// A mail profile of the notice settings: on or off as a whole, taking system notices.
-std::string mail_profile(bool on, const std::vector<std::string>& addresses);
-// Writes the notice settings at their fixed path with `profiles` as the profile list.
-void write_mail_profiles(const std::string& profiles);
 
 // The requests the stubs should get, byte for byte. `args` are the argument elements, already
 // escaped and in key order.
