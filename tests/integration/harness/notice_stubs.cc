@@ -22,7 +22,7 @@ std::string record_file(const std::string& script) {
   return kRecordDir + script.substr(script.rfind('/'));
 }
 
-// A stub that records into record_file(`script`) and answers `reply`, or `fail_reply` when the
+// A stub that records into record_file(`script`) and answers kOkReply, or kFailReply when the
 // request holds `fail_when` (if not empty).
 void write_stub(const std::string& script, const std::string& fail_when) {
   const std::string record = record_file(script);

@@ -4,7 +4,6 @@
 #define SARVIK_TESTS_UNIT_ALERT_NOTICE_STUBS_H_
 
 #include <string>
-#include <vector>
 
 #include "../notice/stub_script.h"
 #include "harness/notice_settings.h"
