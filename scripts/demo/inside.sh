@@ -5,7 +5,7 @@
 set -euo pipefail
 repo=$1
 settings=$(cat "$repo/packaging/examples/config-sarvik.xml")
-notice=$(cat "$repo/packaging/examples/config-notice.xml" 2>/dev/null || true)
+notice=$(cat "$repo/scripts/demo/config-notice.xml")
 stub=$(cat "$repo/scripts/demo/notice-stub.sh")
 exec 3<"$repo/build/release/src/sarvik" 4<"$repo/build/release/tools/sarvik-send"
 echo $$ >"$repo/build/demo.pid"
@@ -14,7 +14,7 @@ for dir in /mnt /tmp /var/lock; do mount -t tmpfs -o mode=0755 tmpfs "$dir"; don
 chmod 1777 /tmp
 mkdir -p /mnt/data/xmlconf /mnt/data/bin /mnt/data/conf/sarvik /mnt/data/logs /tmp/demo-bin
 printf '%s\n' "$settings" >/mnt/data/xmlconf/config-sarvik.xml
-[ -z "$notice" ] || printf '%s\n' "$notice" >/mnt/data/xmlconf/config-notice.xml
+printf '%s\n' "$notice" >/mnt/data/xmlconf/config-notice.xml
 for script in orl_eventlog.py orl_buzzer.py orl_mailsend.py; do
   printf '%s\n' "$stub" >/mnt/data/bin/$script
   chmod 755 /mnt/data/bin/$script
@@ -28,6 +28,8 @@ In a second terminal, in the checkout, send a record and look at the logs:
   scripts/in-demo.sh sarvik-send system "\$(date +%s)" hello from-the demo
   scripts/in-demo.sh sarvik-send access alice pc1 192.0.2.7 open 1 0 docs 'r|report.txt'
   scripts/in-demo.sh sh -c 'tail -n +1 /mnt/data/logs/*/*/*.csv'
+The access line fires the rule "docs-reads": about 60 seconds later the stub scripts print the
+alert's event-log, buzzer and mail requests here, then one event-log record per address.
 ----------------------------------------------------------------------------------------------
 MSG
 exec /proc/self/fd/3

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <stdexcept>
 
+#include "alert/alert_loop.h"
 #include "alert/alert_thread.h"
 #include "core/access_log_handler.h"
 #include "core/error_report.h"
@@ -80,9 +81,12 @@ void serve_next(Connection& listener, ConfigXml& config, AlertThread& alerts) {
 void server_main() {
   ConfigXml config;
   Connection listener(paths::kSocket);  // the socket comes with the first accept
-  AlertThread alerts(nullptr);          // tallies hits; its delivery is not started yet
-  // A service that cannot read its settings ends here and never appears on its socket.
+  AlertThread alerts(alert_thread);     // not started: nothing is delivered before the settings
+  // A service that cannot read its settings ends here and never appears on its socket; the
+  // worker that was never started is destroyed without a join.
   config.reload();
+  // Result not looked at: without the thread the service goes on, and hits wait undelivered.
+  alerts.start();
   for (;;) serve_next(listener, config, alerts);
 }
 

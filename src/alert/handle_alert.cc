@@ -1,0 +1,52 @@
+// Raising one alert: the event-log record, the buzzer, the mail and its results per address.
+#include "alert/handle_alert.h"
+
+#include <iostream>
+#include <map>
+
+#include "alert/alert_texts.h"
+#include "notice/event_codes.h"
+#include "notice/mail_notice.h"
+#include "notice/notice_request.h"
+#include "support/fixed_paths.h"
+
+namespace sarvik {
+
+namespace {
+
+// The buzzer's melody "error".
+constexpr int kMelodyError = 1;
+
+}  // namespace
+
+void handle_alert(const std::string& name, const std::vector<std::string>& lines) {
+  const std::string count = std::to_string(lines.size());
+  notify_eventlog(kEventAlertRaised, {{"name", name}, {"number", count}});
+  notify_buzzer(kMelodyError);
+  try {
+    MailNotice notice(paths::kMailScript);
+    const std::string subject = kAlertSubjectPrefix + name;
+    // The lines go as they stand in the log; send_mail escapes them for the request.
+    std::string body =
+        kAlertBodyBeforeName + name + kAlertBodyAfterName + count + kAlertBodyAfterCount;
+    for (const std::string& line : lines) body += line + "\n";
+    if (send_mail(notice, subject, body) != 0) {
+      std::cout << "handle_alert: no mail send.";  // no line end, as the service always printed it
+      return;
+    }
+    notify_mail_results(name, kEventMailSent, notice.sent_addresses);
+    notify_mail_results(name, kEventMailFailed, notice.failed_addresses);
+  } catch (...) {
+    // Dropped without a message: notice settings that cannot be read end the alert here, with
+    // no record for the addresses.
+  }
+}
+
+void notify_mail_results(const std::string& name, const std::string& code,
+                         const std::vector<std::string>& addresses) {
+  for (const std::string& address : addresses) {
+    notify_eventlog(code, {{"name", name}, {"mail_address", address}});
+  }
+}
+
+}  // namespace sarvik

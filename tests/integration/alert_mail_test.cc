@@ -1,0 +1,144 @@
+// Alerts end to end: after the quiet time, the event log, the buzzer and the mail through the
+// notice scripts, in order and byte for byte. Each case waits a minute or two.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "harness/alert_rules.h"
+#include "harness/notice_settings.h"
+#include "harness/notice_stubs.h"
+#include "harness/records.h"
+#include "harness/service_test.h"
+#include "support/fixed_paths.h"
+
+namespace sarvik::testing {
+namespace {
+
+using AlertMail = ServiceTest;
+
+// The record time that opens a log line, "YYYY/MM/DD hh:mm:ss".
+constexpr size_t kTimeLength = 19;
+
+constexpr char kBuzzerError[] =
+    "<request><entrylist><entry type=\"play\"><buzzer><melody type=\"error\"/></buzzer></entry>"
+    "</entrylist></request>";
+
+// An event-log request with `code` and the argument elements `args`.
+std::string eventlog(const std::string& code, const std::string& args) {
+  return "<request><entrylist><entry type=\"add\"><eventlog><log><code>" + code +
+         "</code><arglist>" + args + "</arglist></log></eventlog></entry></entrylist></request>";
+}
+
+// The mail request of profile `profilenum` for rule `name` (escaped) with `lines` (plain).
+std::string mail(int profilenum, const std::string& name, const std::vector<std::string>& lines) {
+  std::string body = "アラート条件 " + name + ": アクセスを" + std::to_string(lines.size()) +
+                     "件検出しました。\n\n";
+  for (const std::string& line : lines) body += line + "\n";
+  return "<request><entrylist><entry type=\"send\"><mailsend><mailconf profilenum=\"" +
+         std::to_string(profilenum) +
+         "\"/><message><header><subject>サルビク アラート - 条件名:" + name +
+         "</subject></header><body>" + body +
+         "</body></message></mailsend></entry></entrylist></request>";
+}
+
+// A read of `path` on share docs by alice.
+std::string read_access(const std::string& path) {
+  return access_record("alice", "pc1", "192.0.2.7", "open", 1, 0, "docs", "r|" + path);
+}
+
+TEST_F(AlertMail, OneHitRaisesTheAlertAndMailsEveryProfile) {
+  install_notice_stubs(/*failing_profile=*/2);
+  write_mail_profiles(mail_profile(false, {"off@x"}) + mail_profile(true, {"a@x", "b@x"}) +
+                      mail_profile(true, {"c@x"}));
+  Settings settings;
+  settings.alerts = alert_rule("r&amp;d", "<path>*.txt</path>");
+  write_settings(settings);
+  DaemonProcess& daemon = start_service();
+
+  ASSERT_EQ(exchange(read_access("dir/a&b%d.txt")), kOkAnswer);
+  // The hit wakes the alert thread, which finds it too young.
+  EXPECT_TRUE(daemon.wait_for_stdout("alert_thread: check r&d\n"));
+  EXPECT_TRUE(recorded_requests(paths::kEventLogScript).empty());
+  const std::vector<std::string> lines = log_lines("alertlog", kLogVolume);
+  ASSERT_EQ(lines.size(), 1u);
+
+  const std::vector<std::string> events = wait_for_requests(paths::kEventLogScript, 4);
+  ASSERT_EQ(events.size(), 4u) << daemon.stdout_text();
+  EXPECT_EQ(events[0], eventlog("71100010",
+                                "<arg name=\"name\">r&amp;d</arg>"
+                                "<arg name=\"number\">1</arg>"));
+  EXPECT_EQ(events[1], eventlog("71000010",
+                                "<arg name=\"mail_address\">a@x</arg>"
+                                "<arg name=\"name\">r&amp;d</arg>"));
+  EXPECT_EQ(events[2], eventlog("71000010",
+                                "<arg name=\"mail_address\">b@x</arg>"
+                                "<arg name=\"name\">r&amp;d</arg>"));
+  EXPECT_EQ(events[3], eventlog("71090010",
+                                "<arg name=\"mail_address\">c@x</arg>"
+                                "<arg name=\"name\">r&amp;d</arg>"));
+  EXPECT_EQ(recorded_requests(paths::kBuzzerScript), std::vector<std::string>{kBuzzerError});
+  // The line as the log holds it after its time, escaped in the request; "%d" stays as it is.
+  const std::string time = lines[0].substr(0, kTimeLength);
+  ASSERT_EQ(lines[0].substr(kTimeLength), ",alice,pc1,192.0.2.7,open_read,ok,docs,dir/a&b%d.txt");
+  const std::vector<std::string> sent = {
+      time + ",alice,pc1,192.0.2.7,open_read,ok,docs,dir/a&amp;b%d.txt"};
+  EXPECT_EQ(recorded_requests(paths::kMailScript),
+            (std::vector<std::string>{mail(1, "r&amp;d", sent), mail(2, "r&amp;d", sent)}));
+  EXPECT_EQ(count_of(daemon.stdout_text(), "alert_thread: try send mail\n"), 1);
+}
+
+TEST_F(AlertMail, NoProfileRaisesTheAlertAndSaysNoMailWent) {
+  install_notice_stubs();
+  write_mail_profiles(mail_profile(false, {"off@x"}));
+  Settings settings;
+  settings.alerts = alert_rule("reads");
+  write_settings(settings);
+  DaemonProcess& daemon = start_service();
+
+  ASSERT_EQ(exchange(read_access("a.txt")), kOkAnswer);
+  ASSERT_TRUE(daemon.wait_for_stdout("handle_alert: no mail send.", 200s));
+  EXPECT_EQ(recorded_requests(paths::kEventLogScript),
+            std::vector<std::string>{eventlog("71100010",
+                                              "<arg name=\"name\">reads</arg>"
+                                              "<arg name=\"number\">1</arg>")});
+  EXPECT_EQ(recorded_requests(paths::kBuzzerScript), std::vector<std::string>{kBuzzerError});
+  EXPECT_TRUE(recorded_requests(paths::kMailScript).empty());
+}
+
+TEST_F(AlertMail, BurstGoesAs1024LinesAtOnceAndTheRestAfterTheQuietTime) {
+  install_notice_stubs();
+  write_mail_profiles(mail_profile(true, {"a@x"}));
+  Settings settings;
+  settings.alerts = alert_rule("burst");
+  write_settings(settings);
+  DaemonProcess& daemon = start_service();
+
+  for (int i = 0; i < 1100; ++i) {
+    ASSERT_EQ(exchange(read_access("f" + std::to_string(i) + ".txt")), kOkAnswer);
+  }
+  const std::vector<std::string> lines = log_lines("alertlog", kLogVolume);
+  ASSERT_EQ(lines.size(), 1100u);
+
+  const std::vector<std::string> events = wait_for_requests(paths::kEventLogScript, 4);
+  ASSERT_EQ(events.size(), 4u) << daemon.stdout_text();
+  const std::string sent = eventlog("71000010",
+                                    "<arg name=\"mail_address\">a@x</arg>"
+                                    "<arg name=\"name\">burst</arg>");
+  EXPECT_EQ(events, (std::vector<std::string>{eventlog("71100010",
+                                                       "<arg name=\"name\">burst</arg>"
+                                                       "<arg name=\"number\">1024</arg>"),
+                                              sent,
+                                              eventlog("71100010",
+                                                       "<arg name=\"name\">burst</arg>"
+                                                       "<arg name=\"number\">76</arg>"),
+                                              sent}));
+  const std::vector<std::string> first(lines.begin(), lines.begin() + 1024);
+  const std::vector<std::string> rest(lines.begin() + 1024, lines.end());
+  EXPECT_EQ(recorded_requests(paths::kMailScript),
+            (std::vector<std::string>{mail(0, "burst", first), mail(0, "burst", rest)}));
+  EXPECT_EQ(recorded_requests(paths::kBuzzerScript).size(), 2u);
+}
+
+}  // namespace
+}  // namespace sarvik::testing

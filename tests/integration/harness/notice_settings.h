@@ -1,0 +1,30 @@
+// The appliance's notice settings as tests write them: mail profiles taking system notices.
+// Header-only, so that the alert unit tests use it too without the rest of the harness.
+#ifndef SARVIK_TESTS_INTEGRATION_HARNESS_NOTICE_SETTINGS_H_
+#define SARVIK_TESTS_INTEGRATION_HARNESS_NOTICE_SETTINGS_H_
+
+#include <string>
+#include <vector>
+
+#include "support/fixed_paths.h"
+#include "testing/file_text.h"
+
+namespace sarvik::testing {
+
+// A mail profile, on or off as a whole, taking system notices, with `addresses`.
+inline std::string mail_profile(bool on, const std::vector<std::string>& addresses) {
+  std::string xml = std::string("<mailconf enable=\"") + (on ? "true" : "false") + "\">";
+  xml += "<notifylist><notify name=\"system\" enable=\"true\"/></notifylist><toaddrlist>";
+  for (const std::string& address : addresses) xml += "<toaddr>" + address + "</toaddr>";
+  return xml + "</toaddrlist></mailconf>";
+}
+
+// Writes the notice settings at their fixed path with `profiles` as the profile list.
+inline void write_mail_profiles(const std::string& profiles) {
+  write_file(paths::kNoticeSettings, "<config><mailnotice><mailconflist>" + profiles +
+                                         "</mailconflist></mailnotice></config>");
+}
+
+}  // namespace sarvik::testing
+
+#endif  // SARVIK_TESTS_INTEGRATION_HARNESS_NOTICE_SETTINGS_H_
