@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "harness/alert_rules.h"
-#include "harness/notice_settings.h"
+#include "testing/notice_settings.h"
 #include "harness/notice_stubs.h"
 #include "harness/records.h"
 #include "harness/service_test.h"

@@ -55,15 +55,6 @@ std::vector<pid_t> children_of(pid_t parent) {
 
 }  // namespace
 
-int count_of(const std::string& haystack, const std::string& text) {
-  int count = 0;
-  for (size_t at = haystack.find(text); at != std::string::npos;
-       at = haystack.find(text, at + text.size())) {
-    ++count;
-  }
-  return count;
-}
-
 DaemonProcess::DaemonProcess(const std::vector<std::string>& args) {
   prctl(PR_SET_CHILD_SUBREAPER, 1);
   int out_slave, err_slave;

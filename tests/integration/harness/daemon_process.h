@@ -12,6 +12,8 @@
 #include <thread>
 #include <vector>
 
+#include "testing/text_count.h"
+
 namespace sarvik::testing {
 
 using namespace std::chrono_literals;
@@ -62,9 +64,6 @@ class DaemonProcess {
   std::string err_text;         // guarded by mutex
   bool streams_closed = false;  // guarded by mutex
 };
-
-// Counts the occurrences of `text` in `haystack`.
-int count_of(const std::string& haystack, const std::string& text);
 
 }  // namespace sarvik::testing
 

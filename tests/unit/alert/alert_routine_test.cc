@@ -12,13 +12,14 @@
 #include "notice_stubs.h"
 #include "stdout_capture.h"
 #include "testing/fresh_volumes.h"
+#include "testing/text_count.h"
 
 namespace sarvik {
 namespace {
 
 using testing::arg;
+using testing::count_of;
 using testing::eventlog_request;
-using testing::occurrences;
 
 constexpr char kWaiting[] = "alert_thread: waiting.\n";
 constexpr char kTrySend[] = "alert_thread: try send mail\n";
@@ -68,7 +69,7 @@ class AlertRoutine : public ::testing::Test {
   bool finish_mail() { return wake_until(kWaiting, seen(kWaiting) + 1); }
 
   // The number of `part` messages so far.
-  int seen(const std::string& part) { return occurrences(out.text(), part); }
+  int seen(const std::string& part) { return count_of(out.text(), part); }
 
   std::vector<std::string> tally(const std::string& name) {
     worker.lock();
@@ -96,7 +97,7 @@ TEST_F(AlertRoutine, ExitFlagLeavesAtTheNextWakeUpWhateverIsPending) {
   const std::string text = out.text();
   const std::string last = "alert_thread: wake up.\n" + std::string(kExit);
   EXPECT_EQ(text.rfind(last), text.size() - last.size()) << text;
-  EXPECT_EQ(occurrences(text, kTrySend), 0);
+  EXPECT_EQ(count_of(text, kTrySend), 0);
   EXPECT_EQ(tally("r").size(), 1500u);
   EXPECT_EQ(stubs->eventlog.runs(), 0);
 }
@@ -119,7 +120,7 @@ TEST_F(AlertRoutine, ThousandTwentyFourHitsGoAtTheNextWakeUp) {
   EXPECT_EQ(stubs->eventlog.request(1),
             eventlog_request("71100010", arg("name", "r") + arg("number", "1024")));
   ASSERT_EQ(stubs->mail.runs(), 1);
-  EXPECT_EQ(occurrences(stubs->mail.request(1), "\n"), 2 + 1024);  // the blank line, each line
+  EXPECT_EQ(count_of(stubs->mail.request(1), "\n"), 2 + 1024);  // the blank line, each line
   EXPECT_TRUE(tally("r").empty());
   EXPECT_EQ(seen(kTrySend), 1);
 }

@@ -8,11 +8,12 @@
 
 #include "alert/alert_loop.h"
 #include "stdout_capture.h"
+#include "testing/text_count.h"
 
 namespace sarvik {
 namespace {
 
-using testing::occurrences;
+using testing::count_of;
 
 // A routine that is never started.
 void* unused_routine(void*) { return nullptr; }

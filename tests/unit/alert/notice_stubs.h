@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "../notice/stub_script.h"
-#include "harness/notice_settings.h"
+#include "testing/notice_settings.h"
+#include "testing/stub_script.h"
 
 namespace sarvik::testing {
 

@@ -9,6 +9,8 @@
 #include <stdexcept>
 #include <thread>
 
+#include "testing/text_count.h"
+
 namespace sarvik::testing {
 
 StdoutCapture::StdoutCapture() {
@@ -46,19 +48,10 @@ bool StdoutCapture::wait_for(const std::string& part, int count,
                              const std::function<void()>& between) const {
   for (int round = 0; round < 30000; ++round) {
     if (between) between();
-    if (occurrences(text(), part) >= count) return true;
+    if (count_of(text(), part) >= count) return true;
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
   return false;
-}
-
-int occurrences(const std::string& text, const std::string& part) {
-  int count = 0;
-  for (size_t at = text.find(part); at != std::string::npos;
-       at = text.find(part, at + part.size())) {
-    ++count;
-  }
-  return count;
 }
 
 }  // namespace sarvik::testing

@@ -30,9 +30,6 @@ class StdoutCapture {
   int saved = -1;
 };
 
-// The number of times `part` occurs in `text`, without overlaps.
-int occurrences(const std::string& text, const std::string& part);
-
 }  // namespace sarvik::testing
 
 #endif  // SARVIK_TESTS_UNIT_ALERT_STDOUT_CAPTURE_H_

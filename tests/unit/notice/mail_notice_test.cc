@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "stub_script.h"
+#include "testing/stub_script.h"
 #include "support/fixed_paths.h"
 #include "support/xml_error.h"
 #include "testing/file_text.h"

@@ -11,7 +11,7 @@
 #include "notice/cmd_exec_error.h"
 #include "notice/event_codes.h"
 #include "notice/notice_dialect.h"
-#include "stub_script.h"
+#include "testing/stub_script.h"
 #include "testing/file_text.h"
 #include "testing/temp_dir.h"
 

@@ -1,7 +1,6 @@
 // The appliance's notice settings as tests write them: mail profiles taking system notices.
-// Header-only, so that the alert unit tests use it too without the rest of the harness.
-#ifndef SARVIK_TESTS_INTEGRATION_HARNESS_NOTICE_SETTINGS_H_
-#define SARVIK_TESTS_INTEGRATION_HARNESS_NOTICE_SETTINGS_H_
+#ifndef SARVIK_TESTING_NOTICE_SETTINGS_H_
+#define SARVIK_TESTING_NOTICE_SETTINGS_H_
 
 #include <string>
 #include <vector>
@@ -27,4 +26,4 @@ inline void write_mail_profiles(const std::string& profiles) {
 
 }  // namespace sarvik::testing
 
-#endif  // SARVIK_TESTS_INTEGRATION_HARNESS_NOTICE_SETTINGS_H_
+#endif  // SARVIK_TESTING_NOTICE_SETTINGS_H_

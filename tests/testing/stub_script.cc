@@ -1,5 +1,5 @@
 // A shell script standing in for a notification script, with a record of what it was sent.
-#include "stub_script.h"
+#include "testing/stub_script.h"
 
 #include "testing/file_text.h"
 

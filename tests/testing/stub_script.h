@@ -1,6 +1,6 @@
 // A shell script standing in for a notification script, with a record of what it was sent.
-#ifndef SARVIK_TESTS_UNIT_NOTICE_STUB_SCRIPT_H_
-#define SARVIK_TESTS_UNIT_NOTICE_STUB_SCRIPT_H_
+#ifndef SARVIK_TESTING_STUB_SCRIPT_H_
+#define SARVIK_TESTING_STUB_SCRIPT_H_
 
 #include <string>
 
@@ -34,4 +34,4 @@ class StubScript {
 
 }  // namespace sarvik::testing
 
-#endif  // SARVIK_TESTS_UNIT_NOTICE_STUB_SCRIPT_H_
+#endif  // SARVIK_TESTING_STUB_SCRIPT_H_
