@@ -2,6 +2,7 @@
 #ifndef SARVIK_CORE_ACCESS_FIELDS_H_
 #define SARVIK_CORE_ACCESS_FIELDS_H_
 
+#include <ctime>
 #include <string>
 
 #include "protocol/request_data.h"
@@ -19,6 +20,24 @@ enum AccessEntry : size_t {
   kAccessShare = 7,
   kAccessPath = 8,
 };
+
+// The columns of one access record after the time, normalised as the log and the rules see them.
+// `result` is in its long form.
+struct AccessFields {
+  std::string user;
+  std::string host;
+  std::string ipaddr;
+  std::string operation;
+  std::string result;
+  std::string share;
+  std::string path;
+};
+
+// The fields of `request`, with `share` (its entry 7) for a path that stands for the share.
+AccessFields access_fields(const ReqAccessLog& request, const std::string& share);
+
+// The record line of an access record handled at `now`: time and fields joined by commas.
+std::string access_line(time_t now, const AccessFields& fields);
 
 // The user name with its ASCII letters folded to lower case; other bytes stay.
 std::string access_user(const ReqAccessLog& request);

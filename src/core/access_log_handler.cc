@@ -2,7 +2,6 @@
 #include "core/access_log_handler.h"
 
 #include <ctime>
-#include <sstream>
 #include <string>
 
 #include "alert/evaluate_alerts.h"
@@ -27,21 +26,15 @@ void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThre
   std::string share = request.text_entry(kAccessShare);
   if (!is_logged_share(share, config)) return;
 
-  std::ostringstream line;
-  line << format_time(now) << kFieldSeparator << access_user(request) << kFieldSeparator
-       << request.text_entry(kAccessHost) << kFieldSeparator << request.text_entry(kAccessIpAddr)
-       << kFieldSeparator << access_operation(request) << kFieldSeparator
-       << access_result(request, /*brief=*/false) << kFieldSeparator << share << kFieldSeparator
-       << access_path(request, share);
+  AccessFields fields = access_fields(request, share);
+  std::string line = access_line(now, fields);
   LogFile log = make_log_file(kAccessLog, config.get_share_path(), paths::kStateDir);
   log.auto_delete = config.GetAutoDelete(kAccessAutoDelete);
   // Result ignored: unlike a system record, an access record that cannot be written is dropped.
-  log.write_line(now, line.str());
+  log.write_line(now, line);
   // The rules see the same texts, but the result in its brief form, without the error text.
-  evaluate_alerts(now, access_user(request), request.text_entry(kAccessHost),
-                  request.text_entry(kAccessIpAddr), access_operation(request),
-                  access_result(request, /*brief=*/true), share, access_path(request, share),
-                  line.str(), config, alerts);
+  evaluate_alerts(now, fields.user, fields.host, fields.ipaddr, fields.operation,
+                  access_result(request, /*brief=*/true), share, fields.path, line, config, alerts);
 }
 
 }  // namespace sarvik

@@ -3,8 +3,8 @@
 
 #include <ctime>
 #include <list>
-#include <sstream>
 #include <string>
+#include <utility>
 
 #include "core/record_text.h"
 #include "logstore/log_kinds.h"
@@ -29,20 +29,22 @@ constexpr int kSystemAutoDelete = 0;
 
 }  // namespace
 
+std::string system_line(time_t when, const ReqSystemLog& request) {
+  return join_fields({format_time(when), request.text_entry(kSystemText1),
+                      request.text_entry(kSystemText2), request.text_entry(kSystemText3)});
+}
+
 void handle_system_log(const ReqSystemLog& request, ConfigXml& config) {
   // Lives for the whole process and only in memory: a restart loses what waits here.
   static std::list<PendingRecord> pending_system_records;
 
   if (!XmlData::GetEnable(config.GetRootNode(), keys::kEventLogConf, keys::kEnable)) return;
   time_t when = parse_time(request.text_entry(kSystemTime).c_str());
-  std::ostringstream line;
-  line << format_time(when) << kFieldSeparator << request.text_entry(kSystemText1)
-       << kFieldSeparator << request.text_entry(kSystemText2) << kFieldSeparator
-       << request.text_entry(kSystemText3);
+  std::string line = system_line(when, request);
   LogFile log = make_log_file(kSystemLog, config.get_share_path(), paths::kStateDir);
   log.auto_delete = config.GetAutoDelete(kSystemAutoDelete);
 
-  pending_system_records.push_back(PendingRecord{when, line.str()});
+  pending_system_records.push_back(PendingRecord{when, std::move(line)});
   bool all_written = true;
   for (const PendingRecord& record : pending_system_records) {
     if (log.write_line(record.when, record.line) != 0) all_written = false;
