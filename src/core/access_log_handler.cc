@@ -21,7 +21,7 @@ constexpr int kAccessAutoDelete = 1;
 }  // namespace
 
 void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThread& alerts) {
-  if (!XmlData::GetEnable(config.GetRootNode(), keys::kAccessLogConf, keys::kEnable)) return;
+  if (!config.GetRootEnable(keys::kAccessLogConf, keys::kEnable)) return;
   time_t now = time(nullptr);
   std::string share = request.text_entry(kAccessShare);
   if (!is_logged_share(share, config)) return;

@@ -38,7 +38,7 @@ void handle_system_log(const ReqSystemLog& request, ConfigXml& config) {
   // Lives for the whole process and only in memory: a restart loses what waits here.
   static std::list<PendingRecord> pending_system_records;
 
-  if (!XmlData::GetEnable(config.GetRootNode(), keys::kEventLogConf, keys::kEnable)) return;
+  if (!config.GetRootEnable(keys::kEventLogConf, keys::kEnable)) return;
   time_t when = parse_time(request.text_entry(kSystemTime).c_str());
   std::string line = system_line(when, request);
   LogFile log = make_log_file(kSystemLog, config.get_share_path(), paths::kStateDir);
