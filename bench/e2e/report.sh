@@ -12,7 +12,7 @@ median() {
                    else printf "%.2f\n", (v[NR / 2] + v[NR / 2 + 1]) / 2 }'
 }
 extra() {  # SERVER KEY
-  grep -E "server=$1 " "$results/extras.txt" | sed "s/.* $2=\([^ ]*\).*/\1/"
+  grep -E "server=$1 .*$2=" "$results/extras.txt" | tail -1 | sed "s/.* $2=\([^ ]*\).*/\1/"
 }
 
 reps=$(grep -c "server=floor-min .*clients=1 " "$results/passes.txt")
@@ -48,8 +48,18 @@ check "CPU/record, no rules (x floor-io)" \
   "$(awk -v a="$(median sarvik 1 cpu_us)" -v b="$floor" 'BEGIN { printf "%.3f", a / b }')" 1.10
 check "CPU/record, 100 rules none firing (x floor-io)" \
   "$(awk -v a="$(median sarvik-rules100 1 cpu_us)" -v b="$floor" 'BEGIN { printf "%.3f", a / b }')" 1.25
-check "system calls/record, no rules (floor-io: $floor_calls)" "$(extra sarvik calls)" "$floor_calls"
+# The calls the design names beyond floor-io's (docs/performance.md): the C library's seek to the
+# end when the log stream opens for appending, and the standard output's buffer written about
+# once per 140 records.
+check "system calls/record, no rules (floor-io $floor_calls + 1.01 named)" "$(extra sarvik calls)" \
+  "$(awk -v f="$floor_calls" 'BEGIN { printf "%.2f", f + 1.01 }')"
 check "VmHWM kB after $(sed -n 's/.*rss_records=\([0-9]*\).*/\1/p' "$results/settings.txt" 2>/dev/null || echo all) records, no rules" \
   "$(extra sarvik hwm_kb)" 4096
 check "VmHWM growth kB from 10% to 100% of the records" \
   "$(( $(extra sarvik hwm_kb) - $(extra sarvik hwm10_kb) ))" 0
+idle=$(grep -E "server=sarvik .*idle_s=" "$results/extras.txt" | tail -1 || true)
+if [ -n "$idle" ]; then
+check "idle: clock ticks used in $(echo "$idle" | sed 's/.*idle_s=\([0-9]*\).*/\1/') s without clients" \
+  "$(echo "$idle" | sed 's/.*idle_ticks=\([0-9]*\).*/\1/')" 0
+check "idle: system calls in that time" "$(echo "$idle" | sed 's/.*idle_calls=\([0-9]*\).*/\1/')" 0
+fi

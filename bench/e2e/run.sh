@@ -90,6 +90,25 @@ count_calls() {  # server
   awk -v n=$n '$NF == "total" { printf "%.2f\n", $4 / n }' "$out"
 }
 
+# Processor time and system calls of the warm service while no client talks, over IDLE seconds.
+measure_idle() {  # server
+  local idle=10 out=$results/$1.idle.strace
+  start_server "$1"
+  strace -c -f -p "$server_pid" -o "$out" &
+  local tracer=$!
+  sleep 1
+  local before after
+  before=$(awk '{ print $14 + $15 }' "/proc/$server_pid/stat")
+  sleep $idle
+  after=$(awk '{ print $14 + $15 }' "/proc/$server_pid/stat")
+  kill -INT $tracer
+  wait $tracer 2>/dev/null || true
+  stop_server
+  local calls
+  calls=$(awk '$NF == "total" { print $4 }' "$out")
+  echo "idle_s=$idle idle_ticks=$((after - before)) idle_calls=${calls:-0}"
+}
+
 # Peak resident memory after RSS_RECORDS/10 and after RSS_RECORDS records.
 measure_rss() {  # server
   local first=$((rss_records / 10))
@@ -118,3 +137,4 @@ for server in "${servers[@]}"; do
   read -r early late < <(measure_rss "$server")
   echo "server=$server calls=$calls hwm10_kb=$early hwm_kb=$late" | tee -a "$results/extras.txt" >&2
 done
+echo "server=sarvik $(measure_idle sarvik)" | tee -a "$results/extras.txt" >&2
