@@ -12,7 +12,7 @@ median() {
                    else printf "%.2f\n", (v[NR / 2] + v[NR / 2 + 1]) / 2 }'
 }
 extra() {  # SERVER KEY
-  grep -E "server=$1 .*$2=" "$results/extras.txt" | tail -1 | sed "s/.* $2=\([^ ]*\).*/\1/"
+  grep -E "server=$1 .* $2=" "$results/extras.txt" | tail -1 | sed "s/.* $2=\([^ ]*\).*/\1/"
 }
 
 reps=$(grep -c "server=floor-min .*clients=1 " "$results/passes.txt")
@@ -36,6 +36,18 @@ for clients in 1 2; do
   done
 done
 
+# The median over the repetitions of the ratio of SERVER's processor time to floor-io's in the
+# same repetition, where both met the same load of the machine.
+paired_ratio() {  # SERVER
+  join <(grep -E "server=$1 .*clients=1 " "$results/passes.txt" |
+    sed 's/^rep=\([0-9]*\) .* cpu_us=\([^ ]*\).*/\1 \2/' | sort) \
+    <(grep -E "server=floor-io .*clients=1 " "$results/passes.txt" |
+      sed 's/^rep=\([0-9]*\) .* cpu_us=\([^ ]*\).*/\1 \2/' | sort) |
+    awk '{ printf "%.3f\n", $2 / $3 }' | sort -g |
+    awk '{ v[NR] = $1 } END { if (NR % 2) print v[(NR + 1) / 2];
+                            else printf "%.3f\n", (v[NR / 2] + v[NR / 2 + 1]) / 2 }'
+}
+
 floor=$(median floor-io 1 cpu_us)
 floor_calls=$(extra floor-io calls)
 echo
@@ -48,11 +60,14 @@ check "CPU/record, no rules (x floor-io)" \
   "$(awk -v a="$(median sarvik 1 cpu_us)" -v b="$floor" 'BEGIN { printf "%.3f", a / b }')" 1.10
 check "CPU/record, 100 rules none firing (x floor-io)" \
   "$(awk -v a="$(median sarvik-rules100 1 cpu_us)" -v b="$floor" 'BEGIN { printf "%.3f", a / b }')" 1.25
-# The calls the design names beyond floor-io's (docs/performance.md): the C library's seek to the
-# end when the log stream opens for appending, and the standard output's buffer written about
-# once per 140 records.
+echo "  (the same two, as medians of the ratios within each repetition:" \
+  "$(paired_ratio sarvik) and $(paired_ratio sarvik-rules100))"
+# The calls the service makes beyond floor-io's, each with its reason in docs/performance.md: the
+# C library's seek to the end when the log stream opens for appending, and the standard output's
+# buffer written about once per 140 records.
 check "system calls/record, no rules (floor-io $floor_calls + 1.01 named)" "$(extra sarvik calls)" \
   "$(awk -v f="$floor_calls" 'BEGIN { printf "%.2f", f + 1.01 }')"
+echo "  (the service's shared libraries alone, loaded by an empty program: VmHWM $(extra libs-floor hwm_kb) kB)"
 check "VmHWM kB after $(sed -n 's/.*rss_records=\([0-9]*\).*/\1/p' "$results/settings.txt" 2>/dev/null || echo all) records, no rules" \
   "$(extra sarvik hwm_kb)" 4096
 check "VmHWM growth kB from 10% to 100% of the records" \

@@ -138,3 +138,5 @@ for server in "${servers[@]}"; do
   echo "server=$server calls=$calls hwm10_kb=$early hwm_kb=$late" | tee -a "$results/extras.txt" >&2
 done
 echo "server=sarvik $(measure_idle sarvik)" | tee -a "$results/extras.txt" >&2
+echo "server=libs-floor hwm_kb=$("$build/bench/e2e/libs-floor" | awk '{ print $2 }')" |
+  tee -a "$results/extras.txt" >&2
