@@ -35,7 +35,7 @@ scripts/install-deps.sh
 if [ "$build_dir" = build/bench ]; then
   scripts/build.sh build/bench -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSARVIK_TESTS=OFF >/dev/null
 else
-  cmake --build "$build_dir" --target sarvik e2e-load floor-min floor-io >/dev/null
+  cmake --build "$build_dir" --target sarvik e2e-load floor-min floor-io libs-floor >/dev/null
 fi
 
 results=build/bench-results

@@ -12,7 +12,7 @@ median() {
                    else printf "%.2f\n", (v[NR / 2] + v[NR / 2 + 1]) / 2 }'
 }
 extra() {  # SERVER KEY
-  grep -E "server=$1 .* $2=" "$results/extras.txt" | tail -1 | sed "s/.* $2=\([^ ]*\).*/\1/"
+  grep -E "server=$1( .*)? $2=" "$results/extras.txt" | tail -1 | sed "s/.* $2=\([^ ]*\).*/\1/"
 }
 
 reps=$(grep -c "server=floor-min .*clients=1 " "$results/passes.txt")
