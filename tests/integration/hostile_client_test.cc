@@ -168,7 +168,9 @@ TEST_F(HostileClient, HangupStormUnderLoadLosesNoRecord) {
   }
   loading = false;
   storm.join();
-  EXPECT_GT(count_of(daemon.stdout_text(), "Reload config"), 100);
+  int reloads = count_of(daemon.stdout_text(), "Reload config");
+  RecordProperty("reloads", reloads);
+  EXPECT_GT(reloads, 100);
   EXPECT_EQ(marks_in("systemlog", "storm-"), numbered("storm-", 1000));
   EXPECT_EQ(marks_in("accesslog", "storm-"), numbered("storm-", 1000));
   EXPECT_EQ(exchange(marked_system_record("calm")), kOkAnswer);
