@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <memory>
 #include <random>
 #include <thread>
@@ -154,20 +153,13 @@ TEST_F(HostileClient, FiveHundredWaitingClientsAtOnceAreAllServed) {
 
 TEST_F(HostileClient, HangupStormUnderLoadLosesNoRecord) {
   DaemonProcess& daemon = start();
-  std::atomic<bool> loading{true};
-  std::thread storm([&] {
-    while (loading) {
-      daemon.send_signal(SIGHUP);
-      std::this_thread::sleep_for(100us);
-    }
-  });
+  HangupStorm storm(daemon, 100us);
   for (int i = 0; i < 1000; ++i) {
     std::string mark = "storm-" + std::to_string(i);
     EXPECT_EQ(exchange(marked_system_record(mark)), kOkAnswer) << mark;
     EXPECT_EQ(exchange(marked_access_record(mark)), kOkAnswer) << mark;
   }
-  loading = false;
-  storm.join();
+  storm.stop();
   int reloads = count_of(daemon.stdout_text(), "Reload config");
   RecordProperty("reloads", reloads);
   EXPECT_GT(reloads, 100);

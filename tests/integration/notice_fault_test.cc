@@ -1,7 +1,8 @@
 // Faults of the notice scripts and their settings end to end: scripts that are missing, cannot
 // be run, fail, answer garbage, hang or answer at great length, and notice settings locked by
-// another process. Each time the alert thread comes through or stays stuck alone: logging goes
-// on, every record and every hit is in its log, and the service keeps no descriptor open.
+// another process, and hang-ups while scripts run. Each time the alert thread comes through or
+// stays stuck alone: logging goes on, every record and every hit is in its log, and the service
+// keeps no descriptor open.
 //
 // An alert is raised at once when 1024 hits wait, without the minute of quiet that fewer need;
 // each case sends that many. If the wake-up of the last hit is missed, the minute's time-out
@@ -14,7 +15,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <string>
 #include <thread>
 #include <vector>
@@ -223,18 +223,11 @@ TEST_F(NoticeFault, LockedNoticeSettingsDelayTheMailAndNothingElse) {
 
 TEST_F(NoticeFault, HangupStormWhileScriptsRunLosesNothing) {
   DaemonProcess& daemon = start();
-  std::atomic<bool> storming{true};
-  std::thread storm([&] {
-    while (storming) {
-      daemon.send_signal(SIGHUP);
-      std::this_thread::sleep_for(200us);
-    }
-  });
+  HangupStorm storm(daemon, 200us);
   // Two batches, each raised, buzzed and mailed to both addresses while the signals come.
   send_hits("hit-", 2 * kBatch);
   bool delivered = wait_for_eventlog(kMailSent, 4);
-  storming = false;
-  storm.join();
+  storm.stop();
   EXPECT_TRUE(delivered);
   EXPECT_EQ(eventlog_count(kAlertRaised), 2);
   EXPECT_EQ(eventlog_count(kMailFailed), 0);

@@ -1,5 +1,8 @@
-// The fixture of the fault and hostile-client tests, and records that can be found again.
+// The fixture of the fault and hostile-client tests, records that can be found again, and a
+// storm of hang-ups.
 #include "harness/fault_fixture.h"
+
+#include <signal.h>
 
 #include <thread>
 
@@ -23,6 +26,21 @@ void FaultTest::TearDown() {
     EXPECT_EQ(service->descriptor_count(), started_descriptors) << "descriptors left open";
   }
   ServiceTest::TearDown();
+}
+
+HangupStorm::HangupStorm(DaemonProcess& service, std::chrono::microseconds interval)
+    : sender([this, &service, interval] {
+        while (storming) {
+          service.send_signal(SIGHUP);
+          std::this_thread::sleep_for(interval);
+        }
+      }) {}
+
+HangupStorm::~HangupStorm() { stop(); }
+
+void HangupStorm::stop() {
+  storming = false;
+  if (sender.joinable()) sender.join();
 }
 
 std::string marked_system_record(const std::string& mark) {

@@ -1,9 +1,13 @@
-// The fixture of the fault and hostile-client tests, and records that can be found again.
+// The fixture of the fault and hostile-client tests, records that can be found again, and a
+// storm of hang-ups.
 #ifndef SARVIK_TESTS_INTEGRATION_HARNESS_FAULT_FIXTURE_H_
 #define SARVIK_TESTS_INTEGRATION_HARNESS_FAULT_FIXTURE_H_
 
+#include <atomic>
+#include <chrono>
 #include <initializer_list>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "harness/service_test.h"
@@ -19,6 +23,22 @@ class FaultTest : public ServiceTest {
   DaemonProcess& start();
 
   int started_descriptors = -1;
+};
+
+// Sends SIGHUP to the service every `interval` from a thread of its own, until stop() or the
+// end of the object. The test thread owns it; the service must outlive it.
+class HangupStorm {
+ public:
+  HangupStorm(DaemonProcess& service, std::chrono::microseconds interval);
+  ~HangupStorm();
+  HangupStorm(const HangupStorm&) = delete;
+  HangupStorm& operator=(const HangupStorm&) = delete;
+
+  void stop();
+
+ private:
+  std::atomic<bool> storming{true};
+  std::thread sender;
 };
 
 // The time of every marked system record.
