@@ -15,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -44,11 +45,29 @@ class NoticeFault : public FaultTest {
   void SetUp() override {
     FaultTest::SetUp();
     if (IsSkipped()) return;
+    // A script that cannot be run ends the service's forked copy through exit(). Under
+    // LeakSanitizer that copy is checked at exit without the threads that did not come along
+    // into it, so their objects read as leaked and the copy ends with 23 instead of 2. The
+    // service never ends by itself here, so the check at exit is switched off for it; every
+    // other sanitizer check stays.
+    const char* options = getenv("ASAN_OPTIONS");
+    had_options = options != nullptr;
+    if (had_options) saved_options = options;
+    setenv("ASAN_OPTIONS", (saved_options + ":leak_check_at_exit=0").c_str(), 1);
     Settings settings;
     settings.alerts = alert_rule("watch");
     write_settings(settings);
     install_notice_stubs();
     write_mail_profiles(mail_profile(true, {kAddressA, kAddressB}));
+  }
+
+  void TearDown() override {
+    FaultTest::TearDown();
+    if (had_options) {
+      setenv("ASAN_OPTIONS", saved_options.c_str(), 1);
+    } else {
+      unsetenv("ASAN_OPTIONS");
+    }
   }
 
   // Sends `count` access records "<prefix><n>" and expects each answered.
@@ -108,6 +127,9 @@ class NoticeFault : public FaultTest {
     EXPECT_EQ(marks_in("alertlog", "hit-"), numbered("hit-", kBatch));
     expect_logging_goes_on("after-", 20);
   }
+
+  bool had_options = false;
+  std::string saved_options;
 };
 
 TEST_F(NoticeFault, MissingMailScriptReportsEachAddressAsFailed) {
