@@ -38,8 +38,8 @@ for target in "${targets[@]}"; do
   fi
 done
 
+echo "fuzz: $((${#targets[@]} - ${#failed[@]})) passed, ${#failed[@]} failed"
 if [ ${#failed[@]} -ne 0 ]; then
   echo "FAILED: fuzz: ${failed[*]}"
   exit 1
 fi
-echo "All fuzz targets passed."
