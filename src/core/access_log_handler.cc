@@ -2,12 +2,11 @@
 #include "core/access_log_handler.h"
 
 #include <ctime>
-#include <sstream>
 #include <string>
 
 #include "alert/evaluate_alerts.h"
 #include "core/access_fields.h"
-#include "core/record_text.h"
+#include "core/record_lines.h"
 #include "logstore/log_kinds.h"
 #include "settings/settings_keys.h"
 #include "support/fixed_paths.h"
@@ -27,21 +26,16 @@ void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThre
   std::string share = request.text_entry(kAccessShare);
   if (!is_logged_share(share, config)) return;
 
-  std::ostringstream line;
-  line << format_time(now) << kFieldSeparator << access_user(request) << kFieldSeparator
-       << request.text_entry(kAccessHost) << kFieldSeparator << request.text_entry(kAccessIpAddr)
-       << kFieldSeparator << access_operation(request) << kFieldSeparator
-       << access_result(request, /*brief=*/false) << kFieldSeparator << share << kFieldSeparator
-       << access_path(request, share);
+  const std::string line = access_record_line(request, now);
   LogFile log = make_log_file(kAccessLog, config.get_share_path(), paths::kStateDir);
   log.auto_delete = config.GetAutoDelete(kAccessAutoDelete);
   // Result ignored: unlike a system record, an access record that cannot be written is dropped.
-  log.write_line(now, line.str());
+  log.write_line(now, line);
   // The rules see the same texts, but the result in its brief form, without the error text.
   evaluate_alerts(now, access_user(request), request.text_entry(kAccessHost),
                   request.text_entry(kAccessIpAddr), access_operation(request),
-                  access_result(request, /*brief=*/true), share, access_path(request, share),
-                  line.str(), config, alerts);
+                  access_result(request, /*brief=*/true), share, access_path(request, share), line,
+                  config, alerts);
 }
 
 }  // namespace sarvik
