@@ -10,6 +10,7 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   util-linux strace
   dpkg-dev file lintian groff-base man-db systemd procps
+  clang libclang-rt-dev
 )
 
 missing=()

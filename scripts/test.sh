@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs every test: unit and end-to-end tests in a build with warnings as errors, all of them again
-# under AddressSanitizer + UndefinedBehaviorSanitizer (leaks count as failures), and the threaded
-# tests under ThreadSanitizer; the Debian package is built and checked from the release build.
+# under AddressSanitizer + UndefinedBehaviorSanitizer (leaks count as failures), the threaded
+# tests under ThreadSanitizer, and at the end every fuzz target for a fixed time (scripts/fuzz.sh);
+# the Debian package is built and checked from the release build.
 # End-to-end tests need root (private mount namespaces).
 set -uo pipefail
 cd "$(dirname "$0")/.."
@@ -40,6 +41,8 @@ echo "=== package: build and check"
 scripts/check-package.sh || failed+=("package")
 run_tree asan "" -DSARVIK_SANITIZE=address -DSARVIK_BENCH=OFF
 run_tree tsan "-L threaded" -DSARVIK_SANITIZE=thread -DSARVIK_BENCH=OFF
+
+scripts/fuzz.sh || failed+=("fuzz")
 
 if [ ${#failed[@]} -ne 0 ]; then
   echo "FAILED: ${failed[*]}"

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "core/access_fields.h"
+#include "core/record_lines.h"
 #include "core/record_text.h"
-#include "core/system_log_handler.h"
 #include "protocol/request_data.h"
 
 namespace sarvik {
@@ -39,7 +39,7 @@ BENCHMARK(BM_AccessLine);
 void BM_SystemLine(benchmark::State& state) {
   ReqSystemLog request("1488630896", "bench", "e2e-load", "a system record of the benchmark");
   for (auto _ : state) {
-    benchmark::DoNotOptimize(system_line(parse_time("1488630896"), request));
+    benchmark::DoNotOptimize(system_record(request));
   }
 }
 BENCHMARK(BM_SystemLine);

@@ -26,11 +26,6 @@ AccessFields access_fields(const ReqAccessLog& request, const std::string& share
                       access_path(request, share)};
 }
 
-std::string access_line(time_t now, const AccessFields& fields) {
-  return join_fields({format_time(now), fields.user, fields.host, fields.ipaddr, fields.operation,
-                      fields.result, fields.share, fields.path});
-}
-
 std::string access_user(const ReqAccessLog& request) {
   std::string user = request.text_entry(kAccessUser);
   for (char& byte : user) byte = static_cast<char>(std::tolower(static_cast<unsigned char>(byte)));

@@ -2,7 +2,6 @@
 #ifndef SARVIK_CORE_ACCESS_FIELDS_H_
 #define SARVIK_CORE_ACCESS_FIELDS_H_
 
-#include <ctime>
 #include <string>
 
 #include "protocol/request_data.h"
@@ -35,9 +34,6 @@ struct AccessFields {
 
 // The fields of `request`, with `share` (its entry 7) for a path that stands for the share.
 AccessFields access_fields(const ReqAccessLog& request, const std::string& share);
-
-// The record line of an access record handled at `now`: time and fields joined by commas.
-std::string access_line(time_t now, const AccessFields& fields);
 
 // The user name with its ASCII letters folded to lower case; other bytes stay.
 std::string access_user(const ReqAccessLog& request);

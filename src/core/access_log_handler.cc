@@ -6,7 +6,7 @@
 
 #include "alert/evaluate_alerts.h"
 #include "core/access_fields.h"
-#include "core/record_text.h"
+#include "core/record_lines.h"
 #include "logstore/log_kinds.h"
 #include "settings/settings_keys.h"
 #include "support/fixed_paths.h"

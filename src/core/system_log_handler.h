@@ -2,17 +2,10 @@
 #ifndef SARVIK_CORE_SYSTEM_LOG_HANDLER_H_
 #define SARVIK_CORE_SYSTEM_LOG_HANDLER_H_
 
-#include <ctime>
-#include <string>
-
 #include "protocol/request_data.h"
 #include "settings/config_xml.h"
 
 namespace sarvik {
-
-// The record line of a system record: the time of entry 1, formatted, and the three free texts
-// of entries 2 to 4, joined by commas. `when` is the parsed time of entry 1.
-std::string system_line(time_t when, const ReqSystemLog& request);
 
 // Writes one system record, stamped with the client's time, to the system log when the
 // settings enable it. A record that cannot be written waits in memory and is tried again, with

@@ -47,6 +47,25 @@ std::string make_arglist(const std::map<std::string, std::string>& args) {
   return list.empty() ? list : fill_template(kArgListTemplate, {list});
 }
 
+void judge_reply(const std::string& script_path, const std::string& reply) {
+  try {
+    std::istringstream text(reply);
+    XmlData document{std::string()};
+    document.Load(text);
+    const Glib::ustring result =
+        Vexil::CDOMElement(document.GetRootNode().SelectSingleNode(kReplyEntry))
+            .GetAttributeValue(kReplyResult);
+    if (result.raw() != kReplyResultOk) {
+      // Kept on purpose: the handler below replaces this text, so a caller sees one message for
+      // a bad result and for a reply that cannot be read alike.
+      throw CmdExecError(script_path + kResultError + result.raw(), /*exec_failed=*/true,
+                         /*exit_code=*/0);
+    }
+  } catch (...) {
+    throw CmdExecError(script_path + kResponseInvalid, /*exec_failed=*/true, /*exit_code=*/0);
+  }
+}
+
 std::string send_request(const NoticeScript& script, const std::string& entry) {
   std::stringstream request(fill_template(kDocumentTemplate, {entry}));
   std::stringstream reply;
@@ -54,22 +73,7 @@ std::string send_request(const NoticeScript& script, const std::string& entry) {
   char* const argv[] = {program.data(), nullptr};
   // A non-zero status or a failed start raises from here, before the reply is looked at.
   cmd_exec_input(script.script_path, argv, &request, &reply, "");
-  try {
-    XmlData document{std::string()};
-    document.Load(reply);
-    const Glib::ustring result =
-        Vexil::CDOMElement(document.GetRootNode().SelectSingleNode(kReplyEntry))
-            .GetAttributeValue(kReplyResult);
-    if (result.raw() != kReplyResultOk) {
-      // Kept on purpose: the handler below replaces this text, so a caller sees one message for
-      // a bad result and for a reply that cannot be read alike.
-      throw CmdExecError(script.script_path + kResultError + result.raw(), /*exec_failed=*/true,
-                         /*exit_code=*/0);
-    }
-  } catch (...) {
-    throw CmdExecError(script.script_path + kResponseInvalid, /*exec_failed=*/true,
-                       /*exit_code=*/0);
-  }
+  judge_reply(script.script_path, reply.str());
   return reply.str();
 }
 

@@ -21,6 +21,12 @@ std::string make_args(const std::map<std::string, std::string>& args);
 // make_args inside an argument list; empty, with no list element, when `args` is empty.
 std::string make_arglist(const std::map<std::string, std::string>& args);
 
+// Judges the reply of the script at `script_path`: returns when `reply` is an XML document whose
+// first "entrylist/entry" below the root has "result" exactly "0", and raises CmdExecError with
+// the path and ": response invalid!!" otherwise (a malformed reply, a missing element or
+// attribute and any other result alike).
+void judge_reply(const std::string& script_path, const std::string& reply);
+
 // Writes a request holding `entry` to the script's standard input and returns the whole reply.
 // Raises CmdExecError: as the command runner does when the script cannot be run or ends with a
 // non-zero status (then the reply is not looked at), and with the path and ": response

@@ -1,6 +1,7 @@
 // A test client of the service's socket that speaks raw bytes.
 #include "harness/client.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -24,12 +25,16 @@ std::string wire(const Packet& packet) {
   return bytes;
 }
 
-RawClient::RawClient() {
-  fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+RawClient::RawClient(bool wait_for_room) {
+  fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | (wait_for_room ? 0 : SOCK_NONBLOCK), 0);
   sockaddr_un addr{};
   addr.sun_family = AF_UNIX;
   std::strncpy(addr.sun_path, paths::kSocket, sizeof(addr.sun_path) - 1);
-  if (connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) != 0) close_now();
+  if (connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) != 0) {
+    close_now();
+    return;
+  }
+  if (!wait_for_room) fcntl(fd, F_SETFL, 0);  // blocking again for the exchange
 }
 
 RawClient::~RawClient() { close_now(); }

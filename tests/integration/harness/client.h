@@ -24,7 +24,9 @@ bool socket_is_listening();
 // One open client connection to the service's socket, closed on destruction.
 class RawClient {
  public:
-  RawClient();  // connects; check `connected()`
+  // Connects; check `connected()`. When the service's queue is full, a client that waits for
+  // room blocks in the connect, and one that does not fails at once.
+  explicit RawClient(bool wait_for_room = true);
   ~RawClient();
   RawClient(const RawClient&) = delete;
   RawClient& operator=(const RawClient&) = delete;

@@ -178,4 +178,24 @@ std::optional<int> DaemonProcess::wait_exit(std::chrono::milliseconds timeout) {
 
 void DaemonProcess::send_signal(int signal_number) { kill(child, signal_number); }
 
+int DaemonProcess::descriptor_count() const {
+  DIR* fds = opendir(("/proc/" + std::to_string(child) + "/fd").c_str());
+  if (fds == nullptr) return -1;
+  int count = 0;
+  while (dirent* entry = readdir(fds)) {
+    if (entry->d_name[0] != '.') ++count;
+  }
+  closedir(fds);
+  return count;
+}
+
+long DaemonProcess::resident_kib() const {
+  std::ifstream status("/proc/" + std::to_string(child) + "/status");
+  std::string line;
+  while (std::getline(status, line)) {
+    if (line.rfind("VmRSS:", 0) == 0) return std::stol(line.substr(6));
+  }
+  return -1;
+}
+
 }  // namespace sarvik::testing

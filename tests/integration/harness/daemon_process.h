@@ -48,6 +48,11 @@ class DaemonProcess {
   std::optional<int> wait_exit(std::chrono::milliseconds timeout = 10s);
   void send_signal(int signal_number);
 
+  // The number of descriptors the service holds open, and its resident memory in KiB, read from
+  // /proc; -1 when the process is gone.
+  int descriptor_count() const;
+  long resident_kib() const;
+
  private:
   bool wait_for(const std::string& stream_name, const std::string& text,
                 std::chrono::milliseconds timeout, int count);
