@@ -16,6 +16,16 @@ bool starts_with(const std::string& text, const char* prefix) {
 
 }  // namespace
 
+AccessFields access_fields(const ReqAccessLog& request, const std::string& share) {
+  return AccessFields{access_user(request),
+                      request.text_entry(kAccessHost),
+                      request.text_entry(kAccessIpAddr),
+                      access_operation(request),
+                      access_result(request, /*brief=*/false),
+                      share,
+                      access_path(request, share)};
+}
+
 std::string access_user(const ReqAccessLog& request) {
   std::string user = request.text_entry(kAccessUser);
   for (char& byte : user) byte = static_cast<char>(std::tolower(static_cast<unsigned char>(byte)));

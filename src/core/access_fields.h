@@ -20,6 +20,21 @@ enum AccessEntry : size_t {
   kAccessPath = 8,
 };
 
+// The columns of one access record after the time, normalised as the log and the rules see them.
+// `result` is in its long form.
+struct AccessFields {
+  std::string user;
+  std::string host;
+  std::string ipaddr;
+  std::string operation;
+  std::string result;
+  std::string share;
+  std::string path;
+};
+
+// The fields of `request`, with `share` (its entry 7) for a path that stands for the share.
+AccessFields access_fields(const ReqAccessLog& request, const std::string& share);
+
 // The user name with its ASCII letters folded to lower case; other bytes stay.
 std::string access_user(const ReqAccessLog& request);
 // The operation, with "_read" or "_write" added when the raw path starts with "r|" or "w|".

@@ -21,21 +21,20 @@ constexpr int kAccessAutoDelete = 1;
 }  // namespace
 
 void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThread& alerts) {
-  if (!XmlData::GetEnable(config.GetRootNode(), keys::kAccessLogConf, keys::kEnable)) return;
+  if (!config.GetRootEnable(keys::kAccessLogConf, keys::kEnable)) return;
   time_t now = time(nullptr);
   std::string share = request.text_entry(kAccessShare);
   if (!is_logged_share(share, config)) return;
 
-  const std::string line = access_record_line(request, now);
+  AccessFields fields = access_fields(request, share);
+  std::string line = access_line(now, fields);
   LogFile log = make_log_file(kAccessLog, config.get_share_path(), paths::kStateDir);
   log.auto_delete = config.GetAutoDelete(kAccessAutoDelete);
   // Result ignored: unlike a system record, an access record that cannot be written is dropped.
   log.write_line(now, line);
   // The rules see the same texts, but the result in its brief form, without the error text.
-  evaluate_alerts(now, access_user(request), request.text_entry(kAccessHost),
-                  request.text_entry(kAccessIpAddr), access_operation(request),
-                  access_result(request, /*brief=*/true), share, access_path(request, share), line,
-                  config, alerts);
+  evaluate_alerts(now, fields.user, fields.host, fields.ipaddr, fields.operation,
+                  access_result(request, /*brief=*/true), share, fields.path, line, config, alerts);
 }
 
 }  // namespace sarvik

@@ -5,6 +5,7 @@
 #include <ctime>
 #include <string>
 
+#include "core/access_fields.h"
 #include "protocol/request_data.h"
 
 namespace sarvik {
@@ -19,10 +20,10 @@ struct SystemRecord {
 // The system record of `request`. A time text that is no number gives the start of the epoch.
 SystemRecord system_record(const ReqSystemLog& request);
 
-// The line of eight columns of the access record `request`, handled at `now`: time, user in
-// lower case, host, address, operation, long result, share, path. Nothing is quoted, so a comma
+// The line of eight columns of an access record handled at `now`: time, then `fields` (user in
+// lower case, host, address, operation, long result, share, path). Nothing is quoted, so a comma
 // in a field gives the line more columns.
-std::string access_record_line(const ReqAccessLog& request, time_t now);
+std::string access_line(time_t now, const AccessFields& fields);
 
 }  // namespace sarvik
 

@@ -1,27 +1,55 @@
-// Record text: the record time, written and read.
+// Record text: the record time, written and read, and the joining of fields.
 #include "core/record_text.h"
 
-#include <iomanip>
-#include <sstream>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include "logstore/log_names.h"
 
 namespace sarvik {
 
+std::string join_fields(std::initializer_list<std::string_view> fields) {
+  size_t length = 0;
+  for (std::string_view field : fields) length += field.size() + std::strlen(kFieldSeparator);
+  std::string line;
+  line.reserve(length);
+  bool first = true;
+  for (std::string_view field : fields) {
+    if (!first) line += kFieldSeparator;
+    first = false;
+    line += field;
+  }
+  return line;
+}
+
 std::string format_time(time_t when) {
-  struct tm local;
+  struct tm local = {};
   localtime_r(&when, &local);
-  std::ostringstream text;
-  text << std::setfill('0') << local.tm_year + 1900 << kDateSeparator << std::setw(2)
-       << local.tm_mon + 1 << kDateSeparator << std::setw(2) << local.tm_mday << ' ' << std::setw(2)
-       << local.tm_hour << kTimeSeparator << std::setw(2) << local.tm_min << kTimeSeparator
-       << std::setw(2) << local.tm_sec;
-  return text.str();
+  // The year has no fixed width; every other field has two digits at least.
+  std::string text;
+  text.reserve(19);
+  append_decimal(&text, local.tm_year + 1900, 0);
+  text += kDateSeparator;
+  append_decimal(&text, local.tm_mon + 1, 2);
+  text += kDateSeparator;
+  append_decimal(&text, local.tm_mday, 2);
+  text += ' ';
+  append_decimal(&text, local.tm_hour, 2);
+  text += kTimeSeparator;
+  append_decimal(&text, local.tm_min, 2);
+  text += kTimeSeparator;
+  append_decimal(&text, local.tm_sec, 2);
+  return text;
 }
 
 time_t parse_time(const char* text) {
-  std::istringstream stream{std::string(text)};
-  int seconds = 0;
-  stream >> seconds;
-  return seconds;
+  // As a stream reads an int: blanks skipped, a sign and digits read, the rest ignored, no number
+  // 0, and a number beyond the range of int the nearest limit.
+  long seconds = std::strtol(text, nullptr, 10);
+  if (seconds > INT_MAX) return INT_MAX;
+  if (seconds < INT_MIN) return INT_MIN;
+  return static_cast<int>(seconds);
 }
 
 }  // namespace sarvik

@@ -3,7 +3,9 @@
 #define SARVIK_CORE_RECORD_TEXT_H_
 
 #include <ctime>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 
 namespace sarvik {
 
@@ -22,6 +24,9 @@ inline constexpr char kResultOkWord[] = "ok";
 inline constexpr char kResultFailWord[] = "fail";
 // The access path that stands for the share itself.
 inline constexpr char kShareRootPath[] = ".";
+
+// The fields joined by kFieldSeparator, as they stand: the text of one record line.
+std::string join_fields(std::initializer_list<std::string_view> fields);
 
 // `when` in local time as "YYYY/MM/DD hh:mm:ss".
 std::string format_time(time_t when);

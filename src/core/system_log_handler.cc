@@ -22,7 +22,7 @@ void handle_system_log(const ReqSystemLog& request, ConfigXml& config) {
   // Lives for the whole process and only in memory: a restart loses what waits here.
   static std::list<SystemRecord> pending_system_records;
 
-  if (!XmlData::GetEnable(config.GetRootNode(), keys::kEventLogConf, keys::kEnable)) return;
+  if (!config.GetRootEnable(keys::kEventLogConf, keys::kEnable)) return;
   SystemRecord record = system_record(request);
   LogFile log = make_log_file(kSystemLog, config.get_share_path(), paths::kStateDir);
   log.auto_delete = config.GetAutoDelete(kSystemAutoDelete);

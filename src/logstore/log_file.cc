@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include "logstore/log_format.h"
+#include "logstore/log_state.h"
 #include "logstore/path.h"
 
 namespace sarvik {
@@ -36,18 +37,12 @@ int LogFile::write_line(time_t when, const std::string& line) {
 // Read failures are ignored: a missing number leaves the count at 0, an empty file the name empty.
 void LogFile::load_info() {
   if (!path_exists(info_path)) return;
-  std::ifstream info(info_path);
-  std::getline(info, file_name);
-  info >> line_count;
+  std::string text;
+  if (read_state_file(info_path, &text)) parse_state(text, &file_name, &line_count);
 }
 
-// Replaces the state file as a whole. Failures are ignored and change no field; the file gets the
-// stream's default creation mode.
-void LogFile::save_info() {
-  std::ofstream info(info_path, std::ios::out | std::ios::trunc);
-  info << file_name << '\n' << std::flush;
-  info << line_count << '\n' << std::flush;
-}
+// Replaces the state file as a whole. Failures are ignored and change no field.
+void LogFile::save_info() { write_state(info_path, file_name, line_count); }
 
 // Results ignored on purpose: a failure surfaces as a failed open of the log file. The chmod is
 // what gives the directory its full mode whatever the file-creation mask says.

@@ -27,18 +27,41 @@ int number_at(const std::string& digits, size_t pos, size_t length) {
 
 }  // namespace
 
+void append_decimal(std::string* text, int value, int width) {
+  if (value < 0) {
+    // Rare enough for the general route; the sign counts towards the width there too.
+    char digits[16];
+    snprintf(digits, sizeof digits, "%0*d", width, value);
+    *text += digits;
+    return;
+  }
+  char digits[16];
+  char* end = digits + sizeof digits;
+  char* first = end;
+  do {
+    *--first = static_cast<char>('0' + value % 10);
+    value /= 10;
+  } while (value != 0);
+  for (int pad = width - static_cast<int>(end - first); pad > 0; --pad) *text += '0';
+  text->append(first, end);
+}
+
 std::string stamp_for(time_t when) {
   struct tm t = local_fields(when);
-  char text[64];
-  snprintf(text, sizeof text, "%d%02d%02d%02d%02d%02d", t.tm_year + 1900, t.tm_mon + 1, t.tm_mday,
-           t.tm_hour, t.tm_min, t.tm_sec);
+  std::string text;
+  text.reserve(kStampDigits);
+  append_decimal(&text, t.tm_year + 1900, 0);
+  for (int field : {t.tm_mon + 1, t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec}) {
+    append_decimal(&text, field, 2);
+  }
   return text;
 }
 
 std::string month_dir_for(time_t when) {
   struct tm t = local_fields(when);
-  char text[32];
-  snprintf(text, sizeof text, "%d%02d", t.tm_year + 1900, t.tm_mon + 1);
+  std::string text;
+  append_decimal(&text, t.tm_year + 1900, 0);
+  append_decimal(&text, t.tm_mon + 1, 2);
   return text;
 }
 

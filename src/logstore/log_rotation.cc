@@ -10,15 +10,16 @@ namespace sarvik {
 // month in the name and the file holds fewer than kLineLimit lines. The month test is inequality,
 // not order: a line of a past month starts a new file too.
 std::string LogFile::file_name_for(time_t when) {
-  std::string fresh = prefix + stamp_for(when) + suffix;
-  if (file_name.empty() || line_count >= kLineLimit) return fresh;
-  std::string digits = stamp_digits(file_name, prefix);
-  if (digits.empty()) return fresh;
-  struct tm now = {};
-  localtime_r(&when, &now);  // failure leaves zeros, which only makes a fresh name likelier
-  struct tm named = parse_stamp(digits);
-  if (now.tm_year == named.tm_year && now.tm_mon == named.tm_mon) return file_name;
-  return fresh;
+  if (!file_name.empty() && line_count < kLineLimit) {
+    std::string digits = stamp_digits(file_name, prefix);
+    if (!digits.empty()) {
+      struct tm now = {};
+      localtime_r(&when, &now);  // failure leaves zeros, which only makes a fresh name likelier
+      struct tm named = parse_stamp(digits);
+      if (now.tm_year == named.tm_year && now.tm_mon == named.tm_mon) return file_name;
+    }
+  }
+  return prefix + stamp_for(when) + suffix;
 }
 
 // Makes file_path and the stream fit `when`. Leaves file_path empty when the file cannot be
@@ -41,9 +42,9 @@ void LogFile::roll(time_t when) {
   if (is_open()) return;
   ensure_dir(log_root);
   ensure_dir(dir);
-  // Append alone leaves the starting position to the library; `ate` puts it at the end, so that a
-  // position of 0 means an empty file.
-  open(file_path, std::ios::out | std::ios::app | std::ios::ate);
+  // The C library places a stream opened for appending at the end of the file, so that a position
+  // of 0 means an empty file; `ate` would seek there a second time.
+  open(file_path, std::ios::out | std::ios::app);
   if (!is_open()) {
     file_path.clear();
     return;

@@ -6,7 +6,9 @@
 namespace sarvik {
 
 std::string join_path(const std::string& a, const std::string& b) {
-  std::string joined = a;
+  std::string joined;
+  joined.reserve(a.size() + 1 + b.size());  // one allocation for the whole path
+  joined = a;
   return append_path(joined, b);
 }
 

@@ -10,6 +10,9 @@ namespace sarvik {
 
 namespace {
 
+// The entries of an access request: its type and eight fields.
+constexpr size_t kTypicalEntries = 9;
+
 // The advance past an entry of `length`, truncated to 16 bits on purpose.
 uint16_t entry_advance(uint16_t length) { return static_cast<uint16_t>(length + kLengthWordSize); }
 
@@ -39,6 +42,7 @@ void write_entries(const std::vector<Entry>& entries, uint8_t* buffer, uint16_t 
 
 void split_entries(const uint8_t* buffer, uint16_t size, std::vector<Entry>& entries) {
   entries.clear();
+  entries.reserve(kTypicalEntries);  // a record's entries in one allocation
   uint32_t position = 0;
   while (position < size) {
     // A length word that starts at the last byte reads across the end of the payload; the

@@ -51,8 +51,14 @@ class AlertInfo {
   bool match(time_t time, const std::string& username, const std::string& hostname,
              const std::string& ipaddr, const std::string& operation, const std::string& result,
              const std::string& sharename, const std::string& path) const;
+  // The same test with the event's local time already broken down (what localtime gives for
+  // it), so that one conversion serves every rule of an event.
+  bool match(const struct tm& local, const std::string& username, const std::string& hostname,
+             const std::string& ipaddr, const std::string& operation, const std::string& result,
+             const std::string& sharename, const std::string& path) const;
   // The period test alone: inside the span on an enabled weekday, inverted by `period_not`.
   bool match_period(time_t time) const;
+  bool match_period(const struct tm& local) const;
   // The user test: `usernames` folded to lower case against `username` as given, no wildcards.
   bool match_username(const std::string& username) const;
   // The star matcher on bytes, ignoring ASCII case. A trailing star needs at least one more
@@ -63,6 +69,11 @@ class AlertInfo {
   bool match_path(const std::string& path, const AlertPattern& pattern) const;
   // True when `operations` holds `operation`, byte for byte, with the value true.
   bool is_operation_enabled(const std::string& operation) const;
+  // Every condition but the period, in the order of match.
+  bool match_fields(const std::string& username, const std::string& hostname,
+                    const std::string& ipaddr, const std::string& operation,
+                    const std::string& result, const std::string& sharename,
+                    const std::string& path) const;
 
   std::string name;
   bool period_not = false;

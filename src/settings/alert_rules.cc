@@ -27,6 +27,9 @@ void read_invertible_pattern(const CDOMElement& alert, const char* xpath, Patter
 
 const std::vector<AlertInfo>& ConfigXml::get_alert_list() {
   if (!alerts.empty()) return alerts;
+  // A document that gave no rule gives none again until it changes.
+  Kept& values = kept_values();
+  if (values.no_rules) return alerts;
   for (const CDOMElement& element : SelectElements(GetRootNode(), keys::kAlerts)) {
     try {
       alerts.push_back(parse_alert(element));
@@ -34,6 +37,7 @@ const std::vector<AlertInfo>& ConfigXml::get_alert_list() {
       // a rule without a name does not exist
     }
   }
+  values.no_rules = alerts.empty();
   return alerts;
 }
 

@@ -2,9 +2,11 @@
 #include "settings/config_xml.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "settings/settings_keys.h"
 #include "support/fixed_paths.h"
+#include "support/tree_generation.h"
 
 namespace sarvik {
 
@@ -53,23 +55,56 @@ void ConfigXml::reload() {
   LockedLoad(paths::kSettings);
 }
 
+ConfigXml::Kept& ConfigXml::kept_values() {
+  uint64_t now = Vexil::TreeGeneration();
+  if (kept.generation != now) {
+    kept = Kept();
+    kept.generation = now;
+  }
+  return kept;
+}
+
+bool ConfigXml::GetRootEnable(const char* xpath, const char* attr) {
+  Kept& values = kept_values();
+  std::string key = std::string(xpath) + '\0' + attr;
+  auto found = values.switches.find(key);
+  if (found != values.switches.end()) return found->second;
+  bool enabled = GetEnable(GetRootNode(), xpath, attr);
+  values.switches.emplace(std::move(key), enabled);
+  return enabled;
+}
+
 std::string ConfigXml::get_share_path() {
-  return Vexil::CDOMElement(GetRootNode().SelectSingleNode(share_paths[kLogVolume]))
-      .GetText()
-      .raw();
+  Kept& values = kept_values();
+  if (!values.share_path) {
+    values.share_path =
+        Vexil::CDOMElement(GetRootNode().SelectSingleNode(share_paths[kLogVolume])).GetText().raw();
+  }
+  return *values.share_path;
 }
 
 std::vector<std::string> ConfigXml::get_share_names() {
-  std::vector<std::string> names;
-  for (const Glib::ustring& name : GetTextList(GetRootNode(), keys::kShareNames)) {
-    names.push_back(name.raw());
+  Kept& values = kept_values();
+  if (!values.share_names) {
+    std::vector<std::string> names;
+    for (const Glib::ustring& name : GetTextList(GetRootNode(), keys::kShareNames)) {
+      names.push_back(name.raw());
+    }
+    values.share_names = std::move(names);
   }
-  return names;
+  return *values.share_names;
+}
+
+AutoDelete ConfigXml::GetAutoDelete(int kind) {
+  if (kind != 0 && kind != 1) return XmlData::GetAutoDelete(kind);
+  Kept& values = kept_values();
+  if (!values.autodelete[kind]) values.autodelete[kind] = XmlData::GetAutoDelete(kind);
+  return *values.autodelete[kind];
 }
 
 bool is_logged_share(const std::string& sharename, ConfigXml& config) {
   if (sharename == kReservedShare) return false;
-  if (XmlData::GetEnable(config.GetRootNode(), keys::kShareList, keys::kAll)) return true;
+  if (config.GetRootEnable(keys::kShareList, keys::kAll)) return true;
   std::vector<std::string> names = config.get_share_names();
   return std::find(names.begin(), names.end(), sharename) != names.end();
 }

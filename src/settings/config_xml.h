@@ -4,7 +4,9 @@
 
 #include <glibmm/ustring.h>
 
+#include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,8 +15,9 @@
 
 namespace sarvik {
 
-// The settings file of the service, read without a lock. Every value but the alert rules is
-// read by XPath when it is needed, so a reload takes effect at once. Empty until the first
+// The settings file of the service, read without a lock. Every value is read by XPath when it is
+// first needed after the document changed, and kept until it changes again, so a reload takes
+// effect at once. Empty until the first
 // reload; after a failed reload it holds no document and every read of it raises CXMLError.
 // Owned by the server loop for the whole run; main thread only, no lock.
 class ConfigXml : public XmlData {
@@ -27,11 +30,17 @@ class ConfigXml : public XmlData {
   // be read; the document is then empty until a later reload succeeds. The rules are not parsed
   // here, so a bad rule never makes a reload fail.
   void reload();
+  // GetEnable of `attr` of the element at `xpath` below the root: the main switches and the
+  // share list's "all". Raises CXMLError, as GetRootNode does, when no document is loaded.
+  bool GetRootEnable(const char* xpath, const char* attr);
   // The directory of all three logs: the text of "share/path". Raises CXMLError when missing.
   std::string get_share_path();
   // The names of the logged shares in document order; a name without text is left out. Raises
   // CXMLError when no document is loaded.
   std::vector<std::string> get_share_names();
+
+  // XmlData::GetAutoDelete, the same values and the same failures.
+  AutoDelete GetAutoDelete(int kind);
 
   // The alert rules in document order, parsed at the first call after a reload (and again at
   // every call while the list is empty). Rules that cannot be parsed are left out silently.
@@ -49,7 +58,23 @@ class ConfigXml : public XmlData {
   std::vector<AlertInfo> alerts;
 
  private:
+  // What was read from the document, kept while no tree of the object model has changed since
+  // (Vexil::TreeGeneration): a new read would give the same. Only successful reads are kept, so
+  // a failing one raises anew at every call.
+  struct Kept {
+    uint64_t generation = 0;
+    std::map<std::string, bool> switches;  // by xpath and attribute
+    std::optional<std::string> share_path;
+    std::optional<std::vector<std::string>> share_names;
+    std::optional<AutoDelete> autodelete[2];
+    bool no_rules = false;  // the last parse of the rules found none
+  };
+
   void fill_tables();
+  // Forgets what was kept when a tree has changed since it was read.
+  Kept& kept_values();
+
+  Kept kept;
 };
 
 // Whether access to `sharename` is logged: never for "IPC$", always with the share list's

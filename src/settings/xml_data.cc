@@ -1,7 +1,12 @@
 // A settings document: locked load and save, and tolerant typed getters.
 #include "settings/xml_data.h"
 
-#include <sstream>
+#include <climits>
+#include <clocale>
+#include <cstdlib>
+#include <cstring>
+
+#include <algorithm>
 
 #include "settings/file_lock.h"
 #include "settings/settings_keys.h"
@@ -48,7 +53,7 @@ Glib::ustring XmlData::GetNodeAttribute(CDOMElement element, const Glib::ustring
 
 bool XmlData::GetEnable(CDOMElement element, const Glib::ustring& xpath,
                         const Glib::ustring& attr) {
-  return GetNodeAttribute(element, xpath, attr, keys::kFalse).compare(keys::kTrue) == 0;
+  return IsTrueWord(GetNodeAttribute(element, xpath, attr, keys::kFalse));
 }
 
 void XmlData::SetEnable(const Glib::ustring& xpath, const Glib::ustring& attr, bool flag) {
@@ -59,6 +64,8 @@ void XmlData::SetEnable(const Glib::ustring& xpath, const Glib::ustring& attr, b
 std::list<CDOMElement> XmlData::SelectElements(CDOMElement element, const Glib::ustring& xpath) {
   std::list<CDOMElement> elements;
   try {
+    // An optional list is often absent: asked first, no match costs no exception.
+    if (!element.ExistNode(xpath)) return elements;
     for (const Vexil::CDOMNode& node : element.SelectNodes(xpath)) elements.emplace_back(node);
   } catch (...) {
     elements.clear();
@@ -131,11 +138,25 @@ std::list<CDOMElement> XmlData::RemoveNodes(const Glib::ustring& xpath) {
   return removed;
 }
 
+bool IsTrueWord(const Glib::ustring& value) {
+  const std::string& bytes = value.raw();
+  bool ascii = std::all_of(bytes.begin(), bytes.end(),
+                           [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+  // ASCII text is its own normal form, and the C locale collates byte for byte: then the bytes
+  // decide what the collating compare would.
+  const char* collation = setlocale(LC_COLLATE, nullptr);
+  bool bytewise =
+      collation != nullptr && (strcmp(collation, "C") == 0 || strcmp(collation, "POSIX") == 0);
+  if (ascii && bytewise) return bytes == keys::kTrue;
+  return value.compare(keys::kTrue) == 0;
+}
+
 int StrToInt(const Glib::ustring& text) {
-  std::stringstream stream(text.raw(), std::ios::in | std::ios::out);
-  int value = 0;
-  stream >> value;
-  return value;
+  // As a stream reads an int: blanks skipped, a sign and digits read, the rest ignored.
+  long value = std::strtol(text.c_str(), nullptr, 10);
+  if (value > INT_MAX) return INT_MAX;
+  if (value < INT_MIN) return INT_MIN;
+  return static_cast<int>(value);
 }
 
 }  // namespace sarvik

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "support/node_wrapper.h"
+#include "support/tree_generation.h"
 #include "support/xml_error.h"
 
 namespace Vexil {
@@ -36,6 +37,7 @@ CDOMXmlDocument::CDOMXmlDocument(const Glib::ustring& encoding) : encoding(encod
 CDOMXmlDocument::~CDOMXmlDocument() = default;
 
 void CDOMXmlDocument::Load(const Glib::ustring& path) {
+  CountTreeChange();
   GuardXMLError(
       "CDOMXmlDocument::Load:",
       [&] { Translated("parse_file() failed.", [&] { parser.parse_file(path); }); },
@@ -45,6 +47,7 @@ void CDOMXmlDocument::Load(const Glib::ustring& path) {
 }
 
 void CDOMXmlDocument::Load(std::istream& stream) {
+  CountTreeChange();
   GuardXMLError(
       "CDOMXmlDocument::Load:",
       [&] { Translated("parse_stream() failed.", [&] { parser.parse_stream(stream); }); },
@@ -91,6 +94,7 @@ CDOMElement CDOMXmlDocument::GetRootNode() {
 }
 
 void CDOMXmlDocument::SetRootNode(const CDOMNode& elem) {
+  CountTreeChange();
   GuardXMLError(
       "CDOMXmlDocument::SetRootNode:",
       [&] {

@@ -5,6 +5,7 @@
 #include <libxml++/nodes/element.h>
 #include <libxml/tree.h>
 
+#include "support/tree_generation.h"
 #include "support/xml_error.h"
 
 namespace Vexil {
@@ -34,6 +35,7 @@ Glib::ustring CDOMElement::GetAttributeValue(const Glib::ustring& attr) const {
 }
 
 void CDOMElement::SetAttributeValue(const Glib::ustring& attr, const Glib::ustring& value) const {
+  CountTreeChange();
   GuardXMLError(
       "CDOMElement::SetAttributeValue:",
       [&] {
@@ -47,6 +49,7 @@ void CDOMElement::SetAttributeValue(const Glib::ustring& attr, const Glib::ustri
 }
 
 void CDOMElement::RemoveAttribute(const Glib::ustring& attr) const {
+  CountTreeChange();
   GuardXMLError(
       "CDOMElement::RemoveAttribute:",
       [&] { ElementOf(*this)->remove_attribute(attr, Glib::ustring()); },
@@ -69,6 +72,7 @@ Glib::ustring CDOMElement::GetText() const {
 }
 
 void CDOMElement::SetText(const Glib::ustring& text) const {
+  CountTreeChange();
   GuardXMLError(
       "CDOMElement::SetText:", [&] { ElementOf(*this)->set_child_text(text); },
       [&] {

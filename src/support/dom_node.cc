@@ -5,6 +5,7 @@
 
 #include "support/node_wrapper.h"
 #include "support/xml_error.h"
+#include "support/xpath_select.h"
 
 namespace Vexil {
 
@@ -27,7 +28,7 @@ CDOMNode CDOMNode::SelectSingleNode(const Glib::ustring& xpath) const {
   return GuardXMLError(
       "CDOMNode::SelectSingleNode:",
       [&] {
-        xmlpp::NodeSet found = GetNode()->find(xpath);
+        xmlpp::NodeSet found = FindNodes(GetNode(), xpath);
         if (found.empty()) throw CXMLError("no nodes found.");
         return FoundNode(GetNode(), found.front());
       },
@@ -40,7 +41,7 @@ std::list<CDOMNode> CDOMNode::SelectNodes(const Glib::ustring& xpath) const {
   return GuardXMLError(
       "CDOMNode::SelectNodes:",
       [&] {
-        xmlpp::NodeSet found = GetNode()->find(xpath);
+        xmlpp::NodeSet found = FindNodes(GetNode(), xpath);
         if (found.empty()) throw CXMLError("no nodes found.");
         std::list<CDOMNode> result;
         for (xmlpp::Node* entry : found) result.push_back(FoundNode(GetNode(), entry));
@@ -127,12 +128,9 @@ bool CDOMNode::HasChildNodes() const {
 }
 
 bool CDOMNode::ExistNode(const Glib::ustring& xpath) const {
-  try {
-    SelectSingleNode(xpath);
-    return true;
-  } catch (const CXMLError&) {
-    return false;  // no match; a rejected XPath is no CXMLError and passes
-  }
+  // What SelectSingleNode would find, without raising and catching its "no nodes found."; a
+  // rejected XPath raises the library's exception all the same.
+  return !FindNodes(GetNode(), xpath).empty();
 }
 
 }  // namespace Vexil

@@ -3,6 +3,7 @@
 
 #include "support/dom_node.h"
 #include "support/node_wrapper.h"
+#include "support/tree_generation.h"
 #include "support/xml_error.h"
 
 namespace Vexil {
@@ -24,6 +25,7 @@ CDOMNode CDOMNode::CloneNode(bool deep) const {
 }
 
 CDOMNode CDOMNode::AppendChild(const CDOMNode& child) const {
+  CountTreeChange();
   return GuardXMLError(
       "CDOMNode::AppendChild:",
       [&] {
@@ -47,6 +49,7 @@ CDOMNode CDOMNode::AppendChild(const CDOMNode& child) const {
 }
 
 CDOMNode CDOMNode::InsertBefore(const CDOMNode& new_node, const CDOMNode& ref_node) const {
+  CountTreeChange();
   return GuardXMLError(
       "CDOMNode::InsertBefore:",
       [&] {
@@ -65,6 +68,7 @@ CDOMNode CDOMNode::InsertBefore(const CDOMNode& new_node, const CDOMNode& ref_no
 }
 
 CDOMNode CDOMNode::RemoveChild(const CDOMNode& child) const {
+  CountTreeChange();
   return GuardXMLError(
       "CDOMNode::RemoveChild:",
       [&] {
@@ -79,6 +83,7 @@ CDOMNode CDOMNode::RemoveChild(const CDOMNode& child) const {
 }
 
 CDOMNode CDOMNode::ReplaceChild(const CDOMNode& new_node, const CDOMNode& old_node) const {
+  CountTreeChange();
   return GuardXMLError(
       "CDOMNode::ReplaceChild:",
       [&] {

@@ -62,7 +62,7 @@ void handle_access(const RequestData& request) {
   access_result(access, /*brief=*/true);
   access_result(access, /*brief=*/false);
   access_path(access, share);
-  access_record_line(access, kHandledAt);
+  access_line(kHandledAt, access_fields(access, share));
   check_round_trip(access);
 }
 

@@ -6,11 +6,11 @@
 #include <vector>
 
 #include "harness/alert_rules.h"
-#include "testing/notice_settings.h"
 #include "harness/notice_stubs.h"
 #include "harness/records.h"
 #include "harness/service_test.h"
 #include "support/fixed_paths.h"
+#include "testing/notice_settings.h"
 
 namespace sarvik::testing {
 namespace {

@@ -22,11 +22,11 @@
 
 #include "harness/alert_rules.h"
 #include "harness/fault_fixture.h"
-#include "testing/notice_settings.h"
 #include "harness/notice_stubs.h"
 #include "harness/records.h"
 #include "support/fixed_paths.h"
 #include "testing/file_text.h"
+#include "testing/notice_settings.h"
 
 namespace sarvik::testing {
 namespace {

@@ -22,27 +22,14 @@ using Pattern = AlertInfo::AlertPattern;
 // Expiry settings of the access log, the kind the access handler asks for.
 constexpr int kAccessAutoDelete = 1;
 
-// The event's fields as the rules receive them.
-struct RuleFields {
-  std::string user;
-  std::string host;
-  std::string ipaddr;
-  std::string operation;
-  std::string result;
-  std::string share;
-  std::string path;
-};
+// The event's fields as the rules receive them: the result in its brief form.
+using RuleFields = AccessFields;
 
 // The normalisation of the access handler, by its own field builders.
 RuleFields normalise(const ReqAccessLog& request) {
-  std::string share = request.text_entry(kAccessShare);
-  return RuleFields{access_user(request),
-                    request.text_entry(kAccessHost),
-                    request.text_entry(kAccessIpAddr),
-                    access_operation(request),
-                    access_result(request, /*brief=*/true),
-                    share,
-                    access_path(request, share)};
+  RuleFields fields = access_fields(request, request.text_entry(kAccessShare));
+  fields.result = access_result(request, /*brief=*/true);
+  return fields;
 }
 
 // The weekday attribute of the settings ("mon") for `when` in local time, and its time of day.

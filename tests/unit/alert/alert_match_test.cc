@@ -1,6 +1,7 @@
 // The rule test: period and weekdays in local time, users, the text conditions, operations.
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstdlib>
 #include <ctime>
 #include <string>
@@ -292,6 +293,61 @@ TEST(AlertOperation, MatchNeedsTheOperationEnabled) {
   EXPECT_FALSE(event.fires(rule));
   event.operation = "open_read";
   EXPECT_TRUE(event.fires(rule));
+}
+
+TEST_F(AlertPeriod, BrokenDownTimeGivesWhatTheTimeGives) {
+  const AlertInfo rules[] = {
+      rule_for(kEveryDay, {9, 0}, {17, 0}),
+      rule_for(kWednesday, {0, 0}, {0, 0}),
+      rule_for(kTuesday, {0, 0}, {0, 0}, /*period_not=*/true),
+      rule_for(kWednesday, {22, 0}, {6, 0}, /*period_not=*/true),
+      rule_for(0, {0, 0}, {0, 0}),
+  };
+  for (int minutes = 0; minutes < 24 * 60; minutes += 7) {
+    time_t when = wednesday(minutes / 60, minutes % 60, 59);
+    struct tm local;
+    ASSERT_NE(localtime_r(&when, &local), nullptr);
+    for (const AlertInfo& rule : rules) {
+      EXPECT_EQ(rule.match_period(local), rule.match_period(when)) << minutes;
+      AlertInfo open = rule;
+      open.username.flags = AlertPattern::ALERT_FLAG_ALL;
+      open.operations["open_read"] = true;
+      EXPECT_EQ(open.match(local, "u", "h", "i", "open_read", "ok", "s", "p"),
+                open.match(when, "u", "h", "i", "open_read", "ok", "s", "p"))
+          << minutes;
+    }
+  }
+}
+
+TEST(AlertFold, EveryBytePairComparesAsTolowerOfSignedCharsDoes) {
+  AlertInfo rule("fold");
+  for (int t = -128; t < 128; ++t) {
+    for (int p = -128; p < 128; ++p) {
+      if (p == '*') continue;
+      char text = static_cast<char>(t);
+      char pattern = static_cast<char>(p);
+      bool expected =
+          tolower(static_cast<signed char>(text)) == tolower(static_cast<signed char>(pattern));
+      ASSERT_EQ(rule.match_wildcard(&text, &text + 1, &pattern, &pattern + 1), expected)
+          << t << " " << p;
+    }
+  }
+}
+
+TEST(AlertUser, FoldedInPlaceAsAFoldedCopyWould) {
+  AlertInfo rule("users");
+  rule.usernames = {"ADMIN", "Bob", "carol\xC3\x89", "", "dave"};
+  const char* const kGiven[] = {"admin",         "ADMIN",         "bob", "bo",   "bobb",
+                                "carol\xC3\x89", "carol\xC3\xA9", "",    "dave", "Dave"};
+  for (const char* given : kGiven) {
+    bool expected = false;
+    for (const std::string& name : rule.usernames) {
+      std::string folded = name;
+      for (char& c : folded) c = static_cast<char>(tolower(static_cast<signed char>(c)));
+      expected = expected || folded == given;
+    }
+    EXPECT_EQ(rule.match_username(given), expected) << given;
+  }
 }
 
 }  // namespace

@@ -4,13 +4,22 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <string>
 
+#include "core/record_text.h"
 #include "testing/time_zone.h"
 
 namespace sarvik {
 namespace {
 
 using testing::ScopedTimeZone;
+
+TEST(JoinFields, JoinsWithOneCommaAndNoQuoting) {
+  EXPECT_EQ(join_fields({}), "");
+  EXPECT_EQ(join_fields({"a"}), "a");
+  EXPECT_EQ(join_fields({"", ""}), ",");
+  EXPECT_EQ(join_fields({"a,b", "c\r\nd", "", "\"e\""}), "a,b,c\r\nd,,\"e\"");
+}
 
 struct SystemCase {
   const char* time;
@@ -54,7 +63,7 @@ struct AccessCase {
   const char* line;
 };
 
-TEST(AccessRecordLine, TakesTheHandlingTimeAndTheNormalisedFields) {
+TEST(AccessLine, TakesTheHandlingTimeAndTheNormalisedFields) {
   ScopedTimeZone zone(testing::kUtc);
   const AccessCase cases[] = {
       {"ALICE", 0, 13, "docs", "r|dir/x",
@@ -66,8 +75,28 @@ TEST(AccessRecordLine, TakesTheHandlingTimeAndTheNormalisedFields) {
   for (const AccessCase& c : cases) {
     ReqAccessLog request(c.user, "pc1", "192.0.2.7", "open", c.status, c.error_number, c.share,
                          c.path);
-    EXPECT_EQ(access_record_line(request, 1700000000), std::string("2023/11/14 22:13:20,") + c.line)
+    EXPECT_EQ(access_line(1700000000, access_fields(request, c.share)),
+              std::string("2023/11/14 22:13:20,") + c.line)
         << c.path;
+  }
+}
+
+TEST(AccessFields, AreThoseOfTheSingleBuilders) {
+  const ReqAccessLog requests[] = {
+      ReqAccessLog("Bob", "h", "", "write", 1, 5, "s", "w|."),
+      ReqAccessLog("", "", "", "", 0, 0, "", ""),
+      ReqAccessLog("x", "y,z", "::1", "rename", 7, 0, "IPC$", "r|w|./a"),
+  };
+  for (const ReqAccessLog& request : requests) {
+    std::string share = request.text_entry(kAccessShare);
+    AccessFields fields = access_fields(request, share);
+    EXPECT_EQ(fields.user, access_user(request));
+    EXPECT_EQ(fields.host, request.text_entry(kAccessHost));
+    EXPECT_EQ(fields.ipaddr, request.text_entry(kAccessIpAddr));
+    EXPECT_EQ(fields.operation, access_operation(request));
+    EXPECT_EQ(fields.result, access_result(request, /*brief=*/false));
+    EXPECT_EQ(fields.share, share);
+    EXPECT_EQ(fields.path, access_path(request, share));
   }
 }
 

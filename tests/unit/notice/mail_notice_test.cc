@@ -7,11 +7,11 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/stub_script.h"
 #include "support/fixed_paths.h"
 #include "support/xml_error.h"
 #include "testing/file_text.h"
 #include "testing/fresh_volumes.h"
+#include "testing/stub_script.h"
 
 namespace sarvik {
 namespace {

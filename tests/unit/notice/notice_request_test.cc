@@ -11,8 +11,8 @@
 #include "notice/cmd_exec_error.h"
 #include "notice/event_codes.h"
 #include "notice/notice_dialect.h"
-#include "testing/stub_script.h"
 #include "testing/file_text.h"
+#include "testing/stub_script.h"
 #include "testing/temp_dir.h"
 
 namespace sarvik {

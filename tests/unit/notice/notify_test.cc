@@ -5,10 +5,10 @@
 
 #include "notice/event_codes.h"
 #include "notice/notice_request.h"
-#include "testing/stub_script.h"
 #include "support/fixed_paths.h"
 #include "testing/file_text.h"
 #include "testing/fresh_volumes.h"
+#include "testing/stub_script.h"
 #include "testing/temp_dir.h"
 
 namespace sarvik {

@@ -159,3 +159,76 @@ TEST_F(ConfigXmlTest, OtherKindIsAllZero) {
 
 }  // namespace
 }  // namespace sarvik
+
+namespace sarvik {
+namespace {
+
+// The values are kept between reads; these tests change the document between two reads.
+const char kKeptSettings[] =
+    "<share><path>/one</path></share><eventlogconf enable=\"true\"/>"
+    "<accesslogconf enable=\"true\"><sharelist all=\"false\"><share><name>a</name></share>"
+    "</sharelist><autodelete enable=\"true\"><expire><days>3</days><percent>4</percent></expire>"
+    "</autodelete></accesslogconf>";
+
+TEST_F(ConfigXmlTest, AReloadGivesTheNewValues) {
+  load(kKeptSettings);
+  EXPECT_TRUE(config.GetRootEnable("accesslogconf", "enable"));
+  EXPECT_EQ(config.get_share_path(), "/one");
+  EXPECT_EQ(config.get_share_names(), std::vector<std::string>{"a"});
+  EXPECT_EQ(config.GetAutoDelete(1).days, 3);
+  EXPECT_TRUE(is_logged_share("a", config));
+  load(
+      "<share><path>/two</path></share><accesslogconf enable=\"false\"><sharelist all=\"true\">"
+      "<share><name>b</name></share></sharelist><autodelete enable=\"false\"><expire><days>7"
+      "</days></expire></autodelete></accesslogconf>");
+  EXPECT_FALSE(config.GetRootEnable("accesslogconf", "enable"));
+  EXPECT_EQ(config.get_share_path(), "/two");
+  EXPECT_EQ(config.get_share_names(), std::vector<std::string>{"b"});
+  AutoDelete autodelete = config.GetAutoDelete(1);
+  EXPECT_FALSE(autodelete.enable);
+  EXPECT_EQ(autodelete.days, 7);
+  EXPECT_EQ(autodelete.percent, 0);
+  EXPECT_TRUE(is_logged_share("zz", config));
+}
+
+TEST_F(ConfigXmlTest, AChangeThroughTheModelGivesTheNewValues) {
+  load(kKeptSettings);
+  EXPECT_TRUE(config.GetRootEnable("eventlogconf", "enable"));
+  EXPECT_FALSE(is_logged_share("b", config));
+  config.SetEnable("eventlogconf", "enable", false);
+  EXPECT_FALSE(config.GetRootEnable("eventlogconf", "enable"));
+  config.SetEnable("accesslogconf/sharelist", "all", true);
+  EXPECT_TRUE(is_logged_share("b", config));
+  Vexil::CDOMElement(config.GetRootNode().SelectSingleNode("share/path")).SetText("/three");
+  EXPECT_EQ(config.get_share_path(), "/three");
+  Vexil::CDOMElement(config.GetRootNode().SelectSingleNode("accesslogconf/autodelete/expire/days"))
+      .SetText("9");
+  EXPECT_EQ(config.GetAutoDelete(1).days, 9);
+  config.RemoveNode("share");
+  EXPECT_THROW(config.get_share_path(), Vexil::CXMLError);
+}
+
+TEST_F(ConfigXmlTest, AFailedReadRaisesAgainAtEveryCall) {
+  load("<accesslogconf enable=\"true\"/>");
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_THROW(config.get_share_path(), Vexil::CXMLError);
+    EXPECT_THROW(config.GetAutoDelete(1), Vexil::CXMLError);
+  }
+  testing::write_file(paths::kSettings, "<config><unclosed></config>");
+  EXPECT_THROW(config.reload(), Vexil::CXMLError);
+  // Without a document the switches raise as the root does; they were true before.
+  EXPECT_THROW(config.GetRootEnable("accesslogconf", "enable"), Vexil::CXMLError);
+  EXPECT_THROW(is_logged_share("a", config), Vexil::CXMLError);
+}
+
+TEST_F(ConfigXmlTest, RulesComeWithAReloadAfterADocumentWithout) {
+  load(kKeptSettings);
+  EXPECT_TRUE(config.get_alert_list().empty());
+  EXPECT_TRUE(config.get_alert_list().empty());
+  load(std::string(kKeptSettings) + "<alertlist><alert><name>r</name></alert></alertlist>");
+  ASSERT_EQ(config.get_alert_list().size(), 1u);
+  EXPECT_EQ(config.get_alert_list()[0].name, "r");
+}
+
+}  // namespace
+}  // namespace sarvik

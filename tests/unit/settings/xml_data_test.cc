@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "support/xml_error.h"
 #include "testing/file_text.h"
 #include "testing/fresh_volumes.h"
@@ -256,6 +258,32 @@ TEST(StrToInt, ReadsTheLeadingNumber) {
       {"-99999999999", -2147483647 - 1},
   };
   for (const auto& [text, value] : cases) EXPECT_EQ(StrToInt(text), value) << text;
+}
+
+TEST(StrToInt, ReadsAsAStreamReadsAnInt) {
+  for (const char* text : {"+", "-", "- 3", "+8", "2147483647", "2147483648", "-2147483648",
+                           "-2147483649", "\v\f 12", "007", "1e5", "  -0"}) {
+    std::istringstream stream(text);
+    int value = 0;
+    stream >> value;
+    EXPECT_EQ(StrToInt(text), value) << text;
+  }
+}
+
+TEST(IsTrueWord, IsTrueOnlyForTheExactWord) {
+  EXPECT_TRUE(IsTrueWord("true"));
+  for (const char* text : {"True", "TRUE", "false", "", " true", "true ", "tru", "truee", "1"}) {
+    EXPECT_FALSE(IsTrueWord(text)) << text;
+  }
+}
+
+TEST(IsTrueWord, AgreesWithTheCollatingCompare) {
+  // Full-width letters, an accent, a ligature and a character the C locale cannot hold.
+  for (const char* text :
+       {"true", "True", "false", "\xEF\xBD\x94\xEF\xBD\x92\xEF\xBD\x95\xEF\xBD\x85", "tru\xC3\xA9",
+        "\xEF\xAC\x81", "true\xE2\x80\x8B", "\xE2\x82\xAC", "t"}) {
+    EXPECT_EQ(IsTrueWord(text), Glib::ustring(text).compare("true") == 0) << text;
+  }
 }
 
 }  // namespace

@@ -1,0 +1,142 @@
+#!/usr/bin/env bash
+# The benchmark's part inside a private mount namespace (scripts/bench.sh enters it). Each server
+# run gets fresh tmpfs volumes on /mnt, /tmp and /var/lock, stacked over the namespace's own and
+# removed afterwards, so the host's directories stay untouched.
+#   run.sh BUILD_DIR RESULT_DIR RECORDS REPS RSS_RECORDS
+set -euo pipefail
+build=$1 results=$2 records=$3 reps=$4 rss_records=$5
+here=$(cd "$(dirname "$0")" && pwd)
+load=$build/bench/e2e/e2e-load
+declare -A command=(
+  [floor-min]="$build/bench/e2e/floor-min"
+  [floor-io-min]="$build/bench/e2e/floor-io --unavoidable"
+  [floor-io]="$build/bench/e2e/floor-io"
+  [sarvik]="$build/src/sarvik"
+  [sarvik-rules100]="$build/src/sarvik"
+  [sarvik-expiry]="$build/src/sarvik"
+  [sarvik-fire]="$build/src/sarvik"
+)
+servers=(floor-min floor-io-min floor-io sarvik sarvik-rules100 sarvik-expiry sarvik-fire)
+warmup=500
+
+variant_of() {
+  case $1 in
+    sarvik-rules100) echo rules100 ;;
+    sarvik-expiry) echo expiry ;;
+    sarvik-fire) echo fire ;;
+    *) echo none ;;
+  esac
+}
+
+# The reply of a notice script for which all went well.
+stub='#!/bin/sh
+cat >/dev/null
+echo "<reply><entrylist><entry result=\"0\"/></entrylist></reply>"'
+notice='<?xml version="1.0"?>
+<config><mailnotice><mailconflist><mailconf enable="true"><notifylist><notify name="system" enable="true"/></notifylist><toaddrlist><toaddr>admin@example.org</toaddr></toaddrlist></mailconf></mailconflist></mailnotice></config>'
+
+volumes_up() {
+  for dir in /mnt /tmp /var/lock; do mount -t tmpfs -o mode=0755 tmpfs "$dir"; done
+  chmod 1777 /tmp
+  mkdir -p /mnt/data/xmlconf /mnt/data/bin /mnt/data/conf/sarvik /mnt/data/logs
+  bash "$here/settings.sh" "$(variant_of "$1")" >/mnt/data/xmlconf/config-sarvik.xml
+  printf '%s\n' "$notice" >/mnt/data/xmlconf/config-notice.xml
+  for script in orl_eventlog.py orl_buzzer.py orl_mailsend.py; do
+    printf '%s\n' "$stub" >/mnt/data/bin/$script
+    chmod 755 /mnt/data/bin/$script
+  done
+}
+
+volumes_down() {
+  for dir in /var/lock /tmp /mnt; do umount -l "$dir"; done
+}
+
+server_pid=""
+# Starts server $1 on fresh volumes and waits until it answers.
+start_server() {
+  volumes_up "$1"
+  # shellcheck disable=SC2086
+  ${command[$1]} >/dev/null 2>"$results/$1.stderr" &
+  server_pid=$!
+  for _ in $(seq 100); do [ -S /tmp/sarvik ] && break; sleep 0.05; done
+  "$load" --records "$warmup" >/dev/null || { echo "bench: $1 does not answer" >&2; exit 1; }
+}
+
+stop_server() {
+  kill "$server_pid"
+  wait "$server_pid" 2>/dev/null || true
+  volumes_down
+}
+
+# One measured pass: prints the load generator's line prefixed by server and clients.
+measure() {  # server clients
+  start_server "$1"
+  echo "server=$1 $("$load" --records "$records" --clients "$2" --pid "$server_pid")"
+  stop_server
+}
+
+# System calls per record, from strace -c -f attached to the warm server.
+count_calls() {  # server
+  local n=2000 out=$results/$1.strace
+  start_server "$1"
+  strace -c -f -p "$server_pid" -o "$out" &
+  local tracer=$!
+  sleep 1
+  "$load" --records $n >/dev/null
+  sleep 0.2
+  kill -INT $tracer
+  wait $tracer 2>/dev/null || true
+  stop_server
+  awk -v n=$n '$NF == "total" { printf "%.2f\n", $4 / n }' "$out"
+}
+
+# Processor time and system calls of the warm service while no client talks, over IDLE seconds.
+measure_idle() {  # server
+  local idle=10 out=$results/$1.idle.strace
+  start_server "$1"
+  strace -c -f -p "$server_pid" -o "$out" &
+  local tracer=$!
+  sleep 1
+  local before after
+  before=$(awk '{ print $14 + $15 }' "/proc/$server_pid/stat")
+  sleep $idle
+  after=$(awk '{ print $14 + $15 }' "/proc/$server_pid/stat")
+  kill -INT $tracer
+  wait $tracer 2>/dev/null || true
+  stop_server
+  local calls
+  calls=$(awk '$NF == "total" { print $4 }' "$out")
+  echo "idle_s=$idle idle_ticks=$((after - before)) idle_calls=${calls:-0}"
+}
+
+# Peak resident memory after RSS_RECORDS/10 and after RSS_RECORDS records.
+measure_rss() {  # server
+  local first=$((rss_records / 10))
+  start_server "$1"
+  local early late
+  early=$("$load" --records "$first" --pid "$server_pid" | sed 's/.*hwm_kb=\([0-9]*\).*/\1/')
+  late=$("$load" --records $((rss_records - first)) --pid "$server_pid" |
+    sed 's/.*hwm_kb=\([0-9]*\).*/\1/')
+  stop_server
+  echo "$early $late"
+}
+
+: >"$results/passes.txt"
+for rep in $(seq "$reps"); do
+  for clients in 1 2; do
+    for server in "${servers[@]}"; do
+      line=$(measure "$server" "$clients")
+      echo "rep=$rep $line" >>"$results/passes.txt"
+      echo "rep=$rep $line" >&2
+    done
+  done
+done
+: >"$results/extras.txt"
+for server in "${servers[@]}"; do
+  calls=$(count_calls "$server")
+  read -r early late < <(measure_rss "$server")
+  echo "server=$server calls=$calls hwm10_kb=$early hwm_kb=$late" | tee -a "$results/extras.txt" >&2
+done
+echo "server=sarvik $(measure_idle sarvik)" | tee -a "$results/extras.txt" >&2
+echo "server=libs-floor hwm_kb=$("$build/bench/e2e/libs-floor" | awk '{ print $2 }')" |
+  tee -a "$results/extras.txt" >&2

@@ -1,0 +1,24 @@
+// XPath selection for the object model: libxml++'s own find, with each expression compiled once.
+#ifndef SARVIK_SUPPORT_XPATH_SELECT_H_
+#define SARVIK_SUPPORT_XPATH_SELECT_H_
+
+#include <glibmm/ustring.h>
+#include <libxml++/nodes/node.h>
+
+namespace Vexil {
+
+// What `node->find(xpath)` gives, node for node, with the same lines on standard error for the
+// entries it skips and the same exceptions: xmlpp::exception "Invalid XPath: <xpath>" for an
+// expression the library rejects, xmlpp::internal_error for a result that is no node set. The
+// difference is cost: the compiled expression is kept per thread by its text (up to
+// kMaxCachedXPaths of them; others are compiled for the call), and one XPath context per thread
+// is reused, its document and node set anew for every call. Only compiled expressions are kept,
+// never results, so nothing outlives a document. Any thread; each has its own cache, ended with
+// the thread. `node` must not be null.
+xmlpp::NodeSet FindNodes(const xmlpp::Node* node, const Glib::ustring& xpath);
+
+inline constexpr size_t kMaxCachedXPaths = 64;
+
+}  // namespace Vexil
+
+#endif  // SARVIK_SUPPORT_XPATH_SELECT_H_
