@@ -2,14 +2,17 @@
 # Runs every test: unit and end-to-end tests in a build with warnings as errors, all of them again
 # under AddressSanitizer + UndefinedBehaviorSanitizer (leaks count as failures), the threaded
 # tests under ThreadSanitizer, and at the end every fuzz target for a fixed time (scripts/fuzz.sh);
-# the Debian package is built and checked from the release build.
+# the Debian package is built and checked from the release build. The sources' format is checked
+# first.
 # End-to-end tests need root (private mount namespaces).
 set -uo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh || exit 1
+failed=()
+echo "=== format"
+scripts/check-format.sh || failed+=("format")
 
 jobs=$(nproc)
-failed=()
 
 # The tests labelled "slow" wait out the alert thread's quiet time and mostly sleep, so they run
 # many at a time, apart from the rest.
