@@ -32,8 +32,7 @@ void BM_SettingsReadsOfOneRequest(benchmark::State& state) {
   std::istringstream text(BenchSettings(static_cast<int>(state.range(0))));
   config.Load(text);
   for (auto _ : state) {
-    benchmark::DoNotOptimize(
-        XmlData::GetEnable(config.GetRootNode(), keys::kAccessLogConf, keys::kEnable));
+    benchmark::DoNotOptimize(config.GetRootEnable(keys::kAccessLogConf, keys::kEnable));
     benchmark::DoNotOptimize(is_logged_share("docs", config));
     benchmark::DoNotOptimize(config.get_share_path());
     benchmark::DoNotOptimize(config.GetAutoDelete(1));

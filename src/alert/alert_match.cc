@@ -59,13 +59,8 @@ bool AlertInfo::match(time_t time, const std::string& username, const std::strin
                       const std::string& ipaddr, const std::string& operation,
                       const std::string& result, const std::string& sharename,
                       const std::string& path) const {
-  struct tm local;
-  // Chosen: a time that cannot be broken down lies outside every span. time() never gives one.
-  if (localtime_r(&time, &local) == nullptr) {
-    return period_not &&
-           match_fields(username, hostname, ipaddr, operation, result, sharename, path);
-  }
-  return match(local, username, hostname, ipaddr, operation, result, sharename, path);
+  return match_period(time) &&
+         match_fields(username, hostname, ipaddr, operation, result, sharename, path);
 }
 
 bool AlertInfo::match(const struct tm& local, const std::string& username,

@@ -1,11 +1,10 @@
 // Record text: the record time, written and read, and the joining of fields.
 #include "core/record_text.h"
 
-#include <climits>
-#include <cstdlib>
 #include <cstring>
 
 #include "logstore/log_names.h"
+#include "support/leading_int.h"
 
 namespace sarvik {
 
@@ -43,13 +42,6 @@ std::string format_time(time_t when) {
   return text;
 }
 
-time_t parse_time(const char* text) {
-  // As a stream reads an int: blanks skipped, a sign and digits read, the rest ignored, no number
-  // 0, and a number beyond the range of int the nearest limit.
-  long seconds = std::strtol(text, nullptr, 10);
-  if (seconds > INT_MAX) return INT_MAX;
-  if (seconds < INT_MIN) return INT_MIN;
-  return static_cast<int>(seconds);
-}
+time_t parse_time(const char* text) { return leading_int(text); }
 
 }  // namespace sarvik

@@ -66,11 +66,11 @@ ConfigXml::Kept& ConfigXml::kept_values() {
 
 bool ConfigXml::GetRootEnable(const char* xpath, const char* attr) {
   Kept& values = kept_values();
-  std::string key = std::string(xpath) + '\0' + attr;
-  auto found = values.switches.find(key);
-  if (found != values.switches.end()) return found->second;
+  for (const Kept::Switch& kept_switch : values.switches) {
+    if (kept_switch.xpath == xpath && kept_switch.attr == attr) return kept_switch.enabled;
+  }
   bool enabled = GetEnable(GetRootNode(), xpath, attr);
-  values.switches.emplace(std::move(key), enabled);
+  values.switches.push_back(Kept::Switch{xpath, attr, enabled});
   return enabled;
 }
 

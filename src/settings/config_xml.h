@@ -62,8 +62,14 @@ class ConfigXml : public XmlData {
   // (Vexil::TreeGeneration): a new read would give the same. Only successful reads are kept, so
   // a failing one raises anew at every call.
   struct Kept {
+    // A switch read by GetRootEnable; the service reads three.
+    struct Switch {
+      std::string xpath;
+      std::string attr;
+      bool enabled;
+    };
     uint64_t generation = 0;
-    std::map<std::string, bool> switches;  // by xpath and attribute
+    std::vector<Switch> switches;
     std::optional<std::string> share_path;
     std::optional<std::vector<std::string>> share_names;
     std::optional<AutoDelete> autodelete[2];

@@ -1,15 +1,9 @@
 // A settings document: locked load and save, and tolerant typed getters.
 #include "settings/xml_data.h"
 
-#include <climits>
-#include <clocale>
-#include <cstdlib>
-#include <cstring>
-
-#include <algorithm>
-
 #include "settings/file_lock.h"
 #include "settings/settings_keys.h"
+#include "support/leading_int.h"
 
 namespace sarvik {
 
@@ -53,7 +47,7 @@ Glib::ustring XmlData::GetNodeAttribute(CDOMElement element, const Glib::ustring
 
 bool XmlData::GetEnable(CDOMElement element, const Glib::ustring& xpath,
                         const Glib::ustring& attr) {
-  return IsTrueWord(GetNodeAttribute(element, xpath, attr, keys::kFalse));
+  return GetNodeAttribute(element, xpath, attr, keys::kFalse).compare(keys::kTrue) == 0;
 }
 
 void XmlData::SetEnable(const Glib::ustring& xpath, const Glib::ustring& attr, bool flag) {
@@ -138,25 +132,6 @@ std::list<CDOMElement> XmlData::RemoveNodes(const Glib::ustring& xpath) {
   return removed;
 }
 
-bool IsTrueWord(const Glib::ustring& value) {
-  const std::string& bytes = value.raw();
-  bool ascii = std::all_of(bytes.begin(), bytes.end(),
-                           [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-  // ASCII text is its own normal form, and the C locale collates byte for byte: then the bytes
-  // decide what the collating compare would.
-  const char* collation = setlocale(LC_COLLATE, nullptr);
-  bool bytewise =
-      collation != nullptr && (strcmp(collation, "C") == 0 || strcmp(collation, "POSIX") == 0);
-  if (ascii && bytewise) return bytes == keys::kTrue;
-  return value.compare(keys::kTrue) == 0;
-}
-
-int StrToInt(const Glib::ustring& text) {
-  // As a stream reads an int: blanks skipped, a sign and digits read, the rest ignored.
-  long value = std::strtol(text.c_str(), nullptr, 10);
-  if (value > INT_MAX) return INT_MAX;
-  if (value < INT_MIN) return INT_MIN;
-  return static_cast<int>(value);
-}
+int StrToInt(const Glib::ustring& text) { return leading_int(text.c_str()); }
 
 }  // namespace sarvik

@@ -69,11 +69,6 @@ class XmlData : public Vexil::CDOMXmlDocument {
   std::string lock_path;
 };
 
-// Whether `value` is the word "true" by Glib::ustring::compare, which collates in the locale after
-// a normalisation that folds, for instance, full-width letters to ASCII. Under the C locale,
-// which the service never leaves, ASCII text is compared byte for byte, as compare would.
-bool IsTrueWord(const Glib::ustring& value);
-
 // The leading decimal number of `text`, after white space; 0 when there is none. A number out
 // of range gives the nearest limit of int.
 int StrToInt(const Glib::ustring& text);

@@ -270,19 +270,22 @@ TEST(StrToInt, ReadsAsAStreamReadsAnInt) {
   }
 }
 
-TEST(IsTrueWord, IsTrueOnlyForTheExactWord) {
-  EXPECT_TRUE(IsTrueWord("true"));
-  for (const char* text : {"True", "TRUE", "false", "", " true", "true ", "tru", "truee", "1"}) {
-    EXPECT_FALSE(IsTrueWord(text)) << text;
+TEST(GetEnable, NearWordsAreFalse) {
+  for (const char* text : {"false", "", "true ", "tru", "truee"}) {
+    Loaded loaded(std::string("<r><a enable='") + text + "'/></r>");
+    EXPECT_FALSE(XmlData::GetEnable(loaded.root(), "a", "enable")) << text;
   }
 }
 
-TEST(IsTrueWord, AgreesWithTheCollatingCompare) {
+TEST(GetEnable, AgreesWithTheCollatingCompare) {
   // Full-width letters, an accent, a ligature and a character the C locale cannot hold.
   for (const char* text :
        {"true", "True", "false", "\xEF\xBD\x94\xEF\xBD\x92\xEF\xBD\x95\xEF\xBD\x85", "tru\xC3\xA9",
         "\xEF\xAC\x81", "true\xE2\x80\x8B", "\xE2\x82\xAC", "t"}) {
-    EXPECT_EQ(IsTrueWord(text), Glib::ustring(text).compare("true") == 0) << text;
+    Loaded loaded(std::string("<r><a enable='") + text + "'/></r>");
+    EXPECT_EQ(XmlData::GetEnable(loaded.root(), "a", "enable"),
+              Glib::ustring(text).compare("true") == 0)
+        << text;
   }
 }
 
