@@ -1,9 +1,10 @@
-// sarvik-send: delivers one system or access record to the log keeper's socket.
+// sarvik-send: delivers system and access records to the log keeper's socket.
 #include <errno.h>
 #include <string.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <iostream>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,7 @@ constexpr int kDeliveryFailedStatus = 1;
 const char kUsage[] =
     "Usage: sarvik-send [--socket PATH] system TIME TEXT1 TEXT2 TEXT3\n"
     "       sarvik-send [--socket PATH] access USER HOST IP OPERATION STATUS ERRNO SHARE PATH\n"
+    "       sarvik-send [--socket PATH] --batch < RECORDS\n"
     "\n"
     "Sends one record to the log keeper and exits with the result code of its answer (0).\n"
     "\n"
@@ -30,10 +32,13 @@ const char kUsage[] =
     "\n"
     "Options:\n"
     "  --socket PATH  the service's socket (default /tmp/sarvik)\n"
+    "  --batch        read records from standard input, one per line, the kind and the\n"
+    "                 fields separated by tabs, and send each over a connection of its own\n"
     "  -h, --help     show this text\n"
     "\n"
     "Exit status: the service's result code; 1 when the record could not be delivered or no\n"
-    "answer came; 2 on a usage error.\n";
+    "answer came; 2 on a usage error. With --batch: 0 when every record was taken, 1 when one\n"
+    "could not be delivered, 2 when a line was not a record.\n";
 
 int usage_error(const std::string& message) {
   std::fprintf(stderr, "sarvik-send: %s\n\n%s", message.c_str(), kUsage);
@@ -51,6 +56,75 @@ bool parse_u16(const char* text, uint16_t* value) {
   return true;
 }
 
+// The outcome of one record: the service's result code, or a usage fault of the fields.
+struct Outcome {
+  int result;           // the answer's code; negative when the record was not delivered
+  std::string problem;  // not empty when the fields are no record; nothing was sent then
+};
+
+// Sends one record given as its kind and fields, over a connection of its own.
+Outcome send_record(const std::string& socket_path, const std::vector<const char*>& record) {
+  if (record.empty()) return {0, "no record kind given"};
+  std::string kind = record[0];
+  errno = 0;
+  if (kind == "system") {
+    if (record.size() != 5) return {0, "a system record takes exactly four fields"};
+    return {
+        sarvik::send_system_log(socket_path.c_str(), record[1], record[2], record[3], record[4]),
+        ""};
+  }
+  if (kind == "access") {
+    if (record.size() != 9) return {0, "an access record takes exactly eight fields"};
+    uint16_t status, error_number;
+    if (!parse_u16(record[5], &status)) return {0, "STATUS must be a number 0-65535"};
+    if (!parse_u16(record[6], &error_number)) return {0, "ERRNO must be a number 0-65535"};
+    errno = 0;
+    return {sarvik::send_access_log(socket_path.c_str(), record[1], record[2], record[3], record[4],
+                                    status, error_number, record[7], record[8]),
+            ""};
+  }
+  return {0, "unknown record kind '" + kind + "'"};
+}
+
+// Says why a record did not reach the service; errno is as the failed exchange left it.
+void report_delivery_failure(const std::string& socket_path) {
+  if (errno != 0) {
+    std::fprintf(stderr, "sarvik-send: cannot deliver the record to %s: %s\n", socket_path.c_str(),
+                 strerror(errno));
+  } else {
+    std::fprintf(stderr, "sarvik-send: %s closed the connection without an answer\n",
+                 socket_path.c_str());
+  }
+}
+
+// Splits `line` at its tabs, in place; the pieces point into it.
+std::vector<const char*> split_tabs(std::string& line) {
+  std::vector<const char*> fields{line.data()};
+  for (char& c : line) {
+    if (c != '\t') continue;
+    c = '\0';
+    fields.push_back(&c + 1);
+  }
+  return fields;
+}
+
+// Sends the records of standard input in their order; a bad line is reported and skipped.
+int send_batch(const std::string& socket_path) {
+  int status = 0;
+  std::string line;
+  for (long number = 1; std::getline(std::cin, line); ++number) {
+    Outcome outcome = send_record(socket_path, split_tabs(line));
+    if (!outcome.problem.empty()) {
+      std::fprintf(stderr, "sarvik-send: line %ld: %s\n", number, outcome.problem.c_str());
+      status = kUsageStatus;
+    } else if (outcome.result < 0) {
+      report_delivery_failure(socket_path);
+      if (status == 0) status = kDeliveryFailedStatus;
+    }
+  }
+  return status;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -64,35 +138,13 @@ int main(int argc, char** argv) {
     socket_path = args[1];
     args.erase(args.begin(), args.begin() + 2);
   }
-  if (args.empty()) return usage_error("no record kind given");
+  if (args.size() == 1 && std::string(args[0]) == "--batch") return send_batch(socket_path);
 
-  std::string kind = args[0];
-  int result;
-  errno = 0;
-  if (kind == "system") {
-    if (args.size() != 5) return usage_error("a system record takes exactly four fields");
-    result = sarvik::send_system_log(socket_path.c_str(), args[1], args[2], args[3], args[4]);
-  } else if (kind == "access") {
-    if (args.size() != 9) return usage_error("an access record takes exactly eight fields");
-    uint16_t status, error_number;
-    if (!parse_u16(args[5], &status)) return usage_error("STATUS must be a number 0-65535");
-    if (!parse_u16(args[6], &error_number)) return usage_error("ERRNO must be a number 0-65535");
-    errno = 0;
-    result = sarvik::send_access_log(socket_path.c_str(), args[1], args[2], args[3], args[4],
-                                     status, error_number, args[7], args[8]);
-  } else {
-    return usage_error("unknown record kind '" + kind + "'");
-  }
-
-  if (result < 0) {
-    if (errno != 0) {
-      std::fprintf(stderr, "sarvik-send: cannot deliver the record to %s: %s\n",
-                   socket_path.c_str(), strerror(errno));
-    } else {
-      std::fprintf(stderr, "sarvik-send: %s closed the connection without an answer\n",
-                   socket_path.c_str());
-    }
+  Outcome outcome = send_record(socket_path, args);
+  if (!outcome.problem.empty()) return usage_error(outcome.problem);
+  if (outcome.result < 0) {
+    report_delivery_failure(socket_path);
     return kDeliveryFailedStatus;
   }
-  return result;
+  return outcome.result;
 }

@@ -79,5 +79,40 @@ TEST_F(SarvikSend, HelpGoesToStandardOutput) {
   EXPECT_EQ(result.err, "");
 }
 
+TEST_F(SarvikSend, BatchSendsEachLineAsARecordInOrder) {
+  start_service();
+  CommandResult result =
+      run_command({SARVIK_SEND_PATH, "--batch"},
+                  "system\t1700000000\ta\tb b\tc\n"
+                  "access\tBob\tpc2\t192.0.2.9\topen\t0\t13\tdocs\tw|x,y.txt\n"
+                  "system\t1700000001\td\t\tf");  // the last line needs no line end
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(log_lines("systemlog", kLogVolume),
+            (std::vector<std::string>{record_time(1700000000) + ",a,b b,c",
+                                      record_time(1700000001) + ",d,,f"}));
+  std::vector<std::string> lines = log_lines("accesslog", kLogVolume);
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_EQ(lines[0].substr(19),
+            ",bob,pc2,192.0.2.9,open_write,fail (Permission denied),docs,x,y.txt");
+}
+
+TEST_F(SarvikSend, BatchReportsABadLineBySkippingItAndExitsWith2) {
+  start_service();
+  CommandResult result = run_command({SARVIK_SEND_PATH, "--batch"},
+                                     "system\t1\ta\n"
+                                     "system\t1700000000\ta\tb\tc\n");
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.err, "sarvik-send: line 1: a system record takes exactly four fields\n");
+  EXPECT_EQ(log_lines("systemlog", kLogVolume),
+            std::vector<std::string>{record_time(1700000000) + ",a,b,c"});
+}
+
+TEST_F(SarvikSend, BatchWithoutAServiceExitsWith1) {
+  CommandResult result = run_command({SARVIK_SEND_PATH, "--batch"}, "system\t1\ta\tb\tc\n");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err,
+            "sarvik-send: cannot deliver the record to /tmp/sarvik: No such file or directory\n");
+}
+
 }  // namespace
 }  // namespace sarvik::testing

@@ -12,8 +12,10 @@
 
 namespace sarvik::testing {
 
-CommandResult run_command(const std::vector<std::string>& argv) {
+CommandResult run_command(const std::vector<std::string>& argv, const std::string& input) {
   TempDir dir;
+  std::string in_path = dir / "in";
+  write_file(in_path, input);
   std::string out_path = dir / "out";
   std::string err_path = dir / "err";
   std::vector<char*> args;
@@ -23,8 +25,10 @@ CommandResult run_command(const std::vector<std::string>& argv) {
   pid_t pid = fork();
   if (pid < 0) throw std::runtime_error("fork");
   if (pid == 0) {
+    int in = open(in_path.c_str(), O_RDONLY);
     int out = open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     int err = open(err_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    dup2(in, 0);
     dup2(out, 1);
     dup2(err, 2);
     execv(args[0], args.data());

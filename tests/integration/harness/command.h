@@ -13,8 +13,9 @@ struct CommandResult {
   std::string err;
 };
 
-// Runs `argv` (the program's path first) to its end and collects its two streams.
-CommandResult run_command(const std::vector<std::string>& argv);
+// Runs `argv` (the program's path first) to its end with `input` on its standard input, and
+// collects its two streams.
+CommandResult run_command(const std::vector<std::string>& argv, const std::string& input = "");
 
 }  // namespace sarvik::testing
 
