@@ -1,6 +1,8 @@
 // The alert worker: construction and the queueing of hits.
 #include "alert/alert_thread.h"
 
+#include "alert/wall_clock.h"
+
 namespace sarvik {
 
 AlertThread::AlertThread(ThreadRoutine routine) : Thread(routine) {}
@@ -12,11 +14,11 @@ void AlertThread::add_hit(const std::string& name, const std::string& line) {
   auto it = tallies.find(name);
   if (it == tallies.end()) {
     AlertTally tally;
-    tally.last_time = time(nullptr);
+    tally.last_time = wall_clock_seconds();
     it = tallies.emplace(name, tally).first;
   }
   it->second.lines.push_back(line);
-  it->second.last_time = time(nullptr);
+  it->second.last_time = wall_clock_seconds();
   signal();
   unlock();
 }

@@ -3,6 +3,8 @@
 
 #include <ctime>
 
+#include "alert/wall_clock.h"
+
 namespace sarvik {
 
 Thread::Thread(ThreadRoutine routine) : routine(routine) {}
@@ -10,7 +12,7 @@ Thread::Thread(ThreadRoutine routine) : routine(routine) {}
 int Thread::wait(long seconds) {
   if (seconds == 0) return pthread_cond_wait(&cond, &mutex);
   struct timespec deadline;
-  deadline.tv_sec = time(nullptr) + seconds;
+  deadline.tv_sec = wall_clock_seconds() + seconds;
   deadline.tv_nsec = 0;
   return pthread_cond_timedwait(&cond, &mutex, &deadline);
 }

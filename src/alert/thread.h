@@ -21,8 +21,8 @@ class Thread {
   Thread& operator=(const Thread&) = delete;
 
   // Waits on the condition; the caller holds the mutex. 0 waits untimed; otherwise until the
-  // whole second time(nullptr) + seconds, so up to a second shorter than asked. Does not loop:
-  // a signal, a spurious wake-up and the time-out all return.
+  // whole second wall_clock_seconds() + seconds of the realtime clock, so up to a second shorter
+  // than asked. Does not loop: a signal, a spurious wake-up and the time-out all return.
   virtual int wait(long seconds);
   // Locks, sets exit_requested, unlocks and signals by the POSIX calls themselves (not through
   // the overridable operations), then joins a started thread. Destroys neither mutex nor
