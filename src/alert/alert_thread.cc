@@ -7,7 +7,9 @@ namespace sarvik {
 
 AlertThread::AlertThread(ThreadRoutine routine) : Thread(routine) {}
 
-AlertThread::~AlertThread() = default;
+// The routine scans the tallies, also with the mutex released while it mails; it must have
+// returned before they are destroyed, which happens after this body.
+AlertThread::~AlertThread() { stop_and_join(); }
 
 void AlertThread::add_hit(const std::string& name, const std::string& line) {
   lock();

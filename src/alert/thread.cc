@@ -17,13 +17,17 @@ int Thread::wait(long seconds) {
   return pthread_cond_timedwait(&cond, &mutex, &deadline);
 }
 
-Thread::~Thread() {
-  // Results ignored: a destructor has no one to report to.
+Thread::~Thread() { stop_and_join(); }
+
+void Thread::stop_and_join() {
+  // Results ignored: the destructors that call this have no one to report to.
   pthread_mutex_lock(&mutex);
   exit_requested = true;
   pthread_mutex_unlock(&mutex);
   pthread_cond_signal(&cond);
-  if (started) pthread_join(handle, nullptr);
+  if (!started) return;
+  pthread_join(handle, nullptr);
+  started = false;
 }
 
 int Thread::start() {
