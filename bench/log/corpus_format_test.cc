@@ -309,6 +309,7 @@ TEST_F(LogCorpus, PrintsNeedlesThatTheTreeBearsOut) {
   std::string month = printed["month_first"].substr(0, 7);
   std::replace(month.begin(), month.end(), '-', '/');
   long path = 0, user_day = 0, in_month = 0, rare = 0;
+  std::set<std::string> month_users;
   for (const std::string& line : access_lines(corpus)) {
     std::vector<std::string> fields = columns(line);
     if (line.find(printed["path_fragment"]) != std::string::npos) {
@@ -317,7 +318,10 @@ TEST_F(LogCorpus, PrintsNeedlesThatTheTreeBearsOut) {
     }
     user_day +=
         fields[1] == printed["user"] && fields[0].compare(0, 10, printed["day_logged"]) == 0;
-    in_month += fields[0].compare(0, 7, month) == 0;
+    if (fields[0].compare(0, 7, month) == 0) {
+      ++in_month;
+      month_users.insert(fields[1]);
+    }
     rare += line.find(printed["rare_string"]) != std::string::npos;
   }
   EXPECT_GT(path, 0);
@@ -328,6 +332,7 @@ TEST_F(LogCorpus, PrintsNeedlesThatTheTreeBearsOut) {
             printed["day_logged"].substr(0, 4) + printed["day_logged"].substr(5, 2));
   EXPECT_GT(in_month, 0);
   EXPECT_EQ(std::to_string(in_month), printed["month_lines"]);
+  EXPECT_EQ(std::to_string(month_users.size()), printed["month_users"]);
   EXPECT_EQ(printed["month_dir"], month.substr(0, 4) + month.substr(5, 2));
   EXPECT_GT(rare, 0);
   EXPECT_LE(rare, 30);

@@ -68,10 +68,10 @@ int main(int argc, char** argv) {
     std::chrono::duration<double> took = std::chrono::steady_clock::now() - started;
     printf("%s", sarvik::corpus::describe_needles(summary.plan, summary.counts).c_str());
     printf(
-        "start=%lld\nend=%lld\naccess_lines=%llu\naccess_bytes=%llu\naccess_files=%llu\n"
-        "system_lines=%llu\nalert_lines=%llu\nseconds=%.1f\n",
-        static_cast<long long>(summary.start), static_cast<long long>(summary.end),
-        static_cast<unsigned long long>(summary.access_lines),
+        "seed=%llu\nstart=%lld\nend=%lld\naccess_lines=%llu\naccess_bytes=%llu\n"
+        "access_files=%llu\nsystem_lines=%llu\nalert_lines=%llu\nseconds=%.1f\n",
+        static_cast<unsigned long long>(options.seed), static_cast<long long>(summary.start),
+        static_cast<long long>(summary.end), static_cast<unsigned long long>(summary.access_lines),
         static_cast<unsigned long long>(summary.access_bytes),
         static_cast<unsigned long long>(summary.access_files),
         static_cast<unsigned long long>(summary.system_lines),

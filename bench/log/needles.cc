@@ -122,7 +122,10 @@ void count_needles(const NeedlePlan& plan, time_t when, const AccessFields& fiel
   if (when >= plan.day_start && when <= plan.day_end && fields.user == plan.user) {
     ++counts->user_day_lines;
   }
-  if (when >= plan.month_start && when <= plan.month_end) ++counts->month_lines;
+  if (when >= plan.month_start && when <= plan.month_end) {
+    ++counts->month_lines;
+    counts->month_users.insert(fields.user);
+  }
 }
 
 std::string describe_needles(const NeedlePlan& plan, const NeedleCounts& counts) {
@@ -142,6 +145,7 @@ std::string describe_needles(const NeedlePlan& plan, const NeedleCounts& counts)
   add("month_last", date_text(plan.month_end, "%Y-%m-%d"));
   add("month_dir", month_dir_for(plan.month_start));
   add("month_lines", std::to_string(counts.month_lines));
+  add("month_users", std::to_string(counts.month_users.size()));
   add("rare_string", plan.rare_string);
   add("rare_lines", std::to_string(counts.rare_lines));
   return text;

@@ -5,6 +5,7 @@
 #include <time.h>
 
 #include <cstdint>
+#include <set>
 #include <string>
 
 #include "access_events.h"
@@ -35,6 +36,7 @@ struct NeedleCounts {
   uint64_t path_lines = 0;
   uint64_t user_day_lines = 0;
   uint64_t month_lines = 0;
+  std::set<std::string> month_users;
   uint64_t rare_lines = 0;
 };
 
