@@ -10,7 +10,7 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   util-linux strace
   dpkg-dev file lintian groff-base man-db systemd procps
-  clang libclang-rt-dev clang-format git
+  clang libclang-rt-dev clang-format clang-tidy git
 )
 
 # Tools of a benchmark, named by its runner.
