@@ -4,8 +4,8 @@
 # grep and awk. Prints the table and keeps it, with the raw timings, in build/bench-log-results/.
 #   scripts/bench-log.sh [--lines N] [--reps N] [--seed N] [--dir DIR] [--tool BIN]
 #                        [--build-dir DIR] [--keep]
-# Defaults: 10000000 lines, 10 runs of each command, seed 1, the tool of the build, and a release
-# build of its own in build/bench (--build-dir reuses a configured release tree).
+# Defaults: 10000000 lines, 5 rounds over all commands, seed 1, the tool of the build, and a
+# release build of its own in build/bench (--build-dir reuses a configured release tree).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build_dir=build/bench tool="" pass=()

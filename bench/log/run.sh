@@ -13,7 +13,7 @@
 # shellcheck disable=SC2154  # the corpus's needles come from the generator's output
 set -euo pipefail
 
-corpus_bin="" tool="" out="" dir="" lines=10000000 reps=10 seed=1 keep=0
+corpus_bin="" tool="" out="" dir="" lines=10000000 reps=5 seed=1 keep=0
 usage() {
   sed -n '6,7p' "$0" | sed 's/^#  */usage: /' >&2
   exit 2
@@ -42,6 +42,7 @@ done
 [ -n "$tool" ] && [ ! -x "$tool" ] && tool=""
 mkdir -p "$out"
 out=$(cd "$out" && pwd)
+rm -f "$out"/run*.csv "$out"/rss* "$out"/output* "$out"/hyperfine*.err
 
 if [ -z "$dir" ]; then
   dir=$(mktemp -d /dev/shm/sarvik-bench-log.XXXXXX)
@@ -72,7 +73,7 @@ find "$root" -type f -exec cat {} + >/dev/null
 # Each row: question, role (tool, ref or other), command. The reference of each question is the
 # command its budget is measured against; R stands for the volume in the table.
 rows=()
-add() { rows+=("$1"$'\t'"$2"$'\t'"$3"); }
+add() { rows+=("$(IFS=$'\t' && echo "$*")"); }
 t=${tool:-sarvik-log}
 day_regex="$day_logged [0-9:]{8},$user,"
 add a tool "$t --root $root --since -30d --path $path_fragment --output csv"
@@ -99,31 +100,51 @@ expected() {
   esac
 }
 
-median_of() { # CSV of hyperfine: name,mean,stddev,median,... (the name holds no comma)
-  awk -F, 'NR == 2 { printf "%.4f", $4 }' "$1"
+# The median of the numbers on standard input.
+median() {
+  sort -g | awk '{ v[NR] = $1 } END { if (NR % 2) printf "%.4f", v[(NR + 1) / 2];
+                                     else printf "%.4f", (v[NR / 2] + v[NR / 2 + 1]) / 2 }'
 }
 
-i=0
+# Rounds: each round times every command in turn, one warm-up and then the median of three runs,
+# so that a change in the machine's load between rounds touches all commands alike. A command's
+# figure is the median of its rounds. A command that fails (sarvik-log reporting an error, say)
+# keeps its row and the run goes on.
+failed=()
+for ((round = 1; round <= reps; round++)); do
+  for i in "${!rows[@]}"; do
+    IFS=$'\t' read -r question role command <<<"${rows[$i]}"
+    [ "$role" = tool ] && [ -z "$tool" ] && continue
+    [ -n "${failed[$i]:-}" ] && continue
+    echo "[round $round/$reps, $((i + 1))/${#rows[@]}] $command" >&2
+    if ! hyperfine --style none --output pipe --warmup 1 --runs 3 --command-name "row$i" \
+      --export-csv "$out/run$i.$round.csv" "$command" >/dev/null 2>"$out/hyperfine$i.err"; then
+      sed 's/^/  /' "$out/hyperfine$i.err" >&2
+      failed[i]=1
+    fi
+  done
+done
+
 results=()
-for row in "${rows[@]}"; do
-  IFS=$'\t' read -r question role command <<<"$row"
-  i=$((i + 1))
+result() { # question role command median rss found
+  results+=("$(IFS=$'\t' && echo "$*")")
+}
+for i in "${!rows[@]}"; do
+  IFS=$'\t' read -r question role command <<<"${rows[$i]}"
   if [ "$role" = tool ] && [ -z "$tool" ]; then
-    results+=("$question"$'\t'"$role"$'\t'"$command"$'\t-\t-\t-')
+    result "$question" "$role" "$command" - - -
     continue
   fi
-  echo "[$i/${#rows[@]}] $command" >&2
-  # A command that fails (sarvik-log reporting an error, say) gets its row and the run goes on.
-  if ! hyperfine --style none --output pipe --warmup 1 --runs "$reps" --command-name "row$i" \
-    --export-csv "$out/run$i.csv" "$command" >/dev/null 2>"$out/hyperfine$i.err"; then
-    sed 's/^/  /' "$out/hyperfine$i.err" >&2
-    results+=("$question"$'\t'"$role"$'\t'"$command"$'\tfailed\t-\t-')
+  if [ -n "${failed[$i]:-}" ]; then
+    result "$question" "$role" "$command" failed - -
     continue
   fi
+  # hyperfine's CSV: name,mean,stddev,median,... (the name holds no comma)
+  median_s=$(for csv in "$out/run$i".*.csv; do awk -F, 'NR == 2 { print $4 }' "$csv"; done | median)
   /usr/bin/time -f %M -o "$out/rss$i" bash -c "$command" >"$out/output$i" || true
   found=$(wc -l <"$out/output$i")
   [ "$role" = tool ] && found=$((found - 1))
-  results+=("$question"$'\t'"$role"$'\t'"$command"$'\t'"$(median_of "$out/run$i.csv")"$'\t'"$(cat "$out/rss$i")"$'\t'"$found")
+  result "$question" "$role" "$command" "$median_s" "$(cat "$out/rss$i")" "$found"
 done
 
 # The budget of each question: the tool's median against the reference's.
@@ -139,10 +160,11 @@ budget() { # question tool_median ref_median rss_kb
 }
 
 {
-  echo "Corpus: $access_lines access lines ($(awk -v b="$access_bytes" 'BEGIN { printf "%.2f GB", b / 1e9 }')," \
+  size=$(awk -v b="$access_bytes" 'BEGIN { printf "%.2f GB", b / 1e9 }')
+  echo "Corpus: $access_lines access lines ($size," \
     "$access_files files) over 12 months below R, seed $seed; $(nproc) cores;" \
-    "medians of $reps runs after one warm-up, output through a pipe; peak RSS of the largest" \
-    "process of the command."
+    "medians of $reps rounds of three runs after a warm-up, output through a pipe; peak RSS" \
+    "of the largest process of the command."
   echo
   echo "| q | command | median s | peak RSS MB | ratio | lines found (expected) | budget |"
   echo "|---|---|---:|---:|---:|---:|---|"
