@@ -164,7 +164,7 @@ budget() { # question tool_median ref_median rss_kb
   echo "Corpus: $access_lines access lines ($size," \
     "$access_files files) over 12 months below R, seed $seed; $(nproc) cores;" \
     "medians of $reps rounds of three runs after a warm-up, output through a pipe; peak RSS" \
-    "of the largest process of the command."
+    "of the largest process of the command. The ratio is to the question's reference."
   echo
   echo "| q | command | median s | peak RSS MB | ratio | lines found (expected) | budget |"
   echo "|---|---|---:|---:|---:|---:|---|"
