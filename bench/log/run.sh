@@ -185,7 +185,7 @@ budget() { # question tool_median ref_median rss_kb
       if [ "$median" = - ] || [ "$median" = failed ]; then
         reason="no sarvik-log given"
         [ "$median" = failed ] && reason="the command failed (see hyperfine*.err)"
-        echo "| $q | \`$shown\` | $median | | | | $reason |"
+        echo "| $q | \`$shown\` | ${median/#-/not run} | | | | $reason |"
         continue
       fi
       rss_mb=$(awk -v k="$rss" 'BEGIN { printf "%.1f", k / 1024 }')
