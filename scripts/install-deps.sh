@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing, packaging and running the demo need, when
-# missing.
+# missing, and those named as arguments (a benchmark's tools).
 # As root it runs apt-get; otherwise it prints the command to run and fails.
 set -euo pipefail
 
@@ -12,6 +12,9 @@ packages=(
   dpkg-dev file lintian groff-base man-db systemd procps
   clang libclang-rt-dev clang-format clang-tidy git
 )
+
+# Tools of a benchmark, named by its runner.
+packages+=("$@")
 
 missing=()
 for package in "${packages[@]}"; do
