@@ -1,7 +1,12 @@
 // Reading a record line of a log back into its columns.
 #include "record/record_columns.h"
 
+#include <algorithm>
 #include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "record/record_words.h"
 
@@ -11,22 +16,26 @@ namespace {
 
 constexpr char kComma = kFieldSeparator[0];
 
-// Splits off the column at the front of `rest`: the text up to its first comma, which is dropped
-// with it. Without a comma the whole rest is the column and `rest` becomes empty with `found`
-// false.
-std::string_view next_column(std::string_view* rest, bool* found) {
-  const void* comma = std::memchr(rest->data(), kComma, rest->size());
-  if (comma == nullptr) {
-    std::string_view column = *rest;
-    *rest = rest->substr(rest->size());
-    *found = false;
-    return column;
+// The positions of the first `most` commas of `line` (fewer when it has fewer), into
+// `positions`; returns how many there are. The fields before a path are short, so blocks of 16
+// bytes are tested at once where the processor allows, instead of a call or a step per byte.
+size_t find_commas(std::string_view line, size_t most, size_t* positions) {
+  size_t count = 0;
+  size_t i = 0;
+#if defined(__SSE2__)
+  const __m128i comma = _mm_set1_epi8(kComma);
+  for (; i + 16 <= line.size() && count < most; i += 16) {
+    __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(line.data() + i));
+    unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, comma)));
+    for (; mask != 0 && count < most; mask &= mask - 1) {
+      positions[count++] = i + static_cast<size_t>(__builtin_ctz(mask));
+    }
   }
-  size_t length = static_cast<const char*>(comma) - rest->data();
-  std::string_view column = rest->substr(0, length);
-  rest->remove_prefix(length + 1);
-  *found = true;
-  return column;
+#endif
+  for (; i < line.size() && count < most; ++i) {
+    if (line[i] == kComma) positions[count++] = i;
+  }
+  return count;
 }
 
 bool starts_with(std::string_view text, std::string_view prefix) {
@@ -41,40 +50,42 @@ bool ends_with(std::string_view text, std::string_view suffix) {
 
 AccessColumns read_access_columns(std::string_view line) {
   AccessColumns columns;
-  std::string_view* fields[] = {&columns.time,      &columns.user,   &columns.host, &columns.ipaddr,
-                                &columns.operation, &columns.result, &columns.share};
-  std::string_view rest = line;
-  bool found = true;
-  for (std::string_view* field : fields) {
-    if (!found) {
-      columns.fault = ColumnFault::kTooFew;
-      return columns;
-    }
-    *field = next_column(&rest, &found);
+  std::string_view* fields[kAccessColumnCount] = {
+      &columns.time,      &columns.user,   &columns.host,  &columns.ipaddr,
+      &columns.operation, &columns.result, &columns.share, &columns.path};
+  size_t commas[kAccessColumnCount - 1];
+  size_t found = find_commas(line, kAccessColumnCount - 1, commas);
+  size_t start = 0;
+  for (size_t i = 0; i < found; ++i) {
+    *fields[i] = line.substr(start, commas[i] - start);
+    start = commas[i] + 1;
   }
-  if (!found) {
+  // The path, the last column, takes the rest of the line with any commas in it.
+  *fields[found] = line.substr(std::min(start, line.size()));
+  if (found < kAccessColumnCount - 1) {
     columns.fault = ColumnFault::kTooFew;
-    return columns;
+  } else if (!is_result_word(columns.result)) {
+    columns.fault = ColumnFault::kAmbiguous;
   }
-  columns.path = rest;
-  if (!is_result_word(columns.result)) columns.fault = ColumnFault::kAmbiguous;
   return columns;
 }
 
 SystemColumns read_system_columns(std::string_view line) {
   SystemColumns columns;
-  std::string_view rest = line;
-  bool found = true;
-  columns.time = next_column(&rest, &found);
-  columns.texts = rest;
-  if (found) columns.text1 = next_column(&rest, &found);
-  if (found) columns.text2 = next_column(&rest, &found);
-  if (!found) {
-    columns.fault = ColumnFault::kTooFew;
-    return columns;
+  std::string_view* fields[kSystemColumnCount] = {&columns.time, &columns.text1, &columns.text2,
+                                                  &columns.text3};
+  size_t commas[kSystemColumnCount];  // one more than the columns need, to see a comma in text3
+  size_t found = find_commas(line, kSystemColumnCount, commas);
+  size_t start = 0;
+  for (size_t i = 0; i < found && i < kSystemColumnCount - 1; ++i) {
+    *fields[i] = line.substr(start, commas[i] - start);
+    start = commas[i] + 1;
   }
-  columns.text3 = rest;
-  if (std::memchr(rest.data(), kComma, rest.size()) != nullptr) {
+  *fields[std::min(found, kSystemColumnCount - 1)] = line.substr(start);
+  if (found > 0) columns.texts = line.substr(commas[0] + 1);
+  if (found < kSystemColumnCount - 1) {
+    columns.fault = ColumnFault::kTooFew;
+  } else if (found == kSystemColumnCount) {
     columns.fault = ColumnFault::kAmbiguous;
   }
   return columns;

@@ -44,6 +44,12 @@ void append_two_digits(std::string* text, int value) {
 
 }  // namespace
 
+bool is_valid_civil_time(const CivilTime& time) {
+  return time.month >= 1 && time.month <= 12 && time.day >= 1 &&
+         time.day <= days_in_month(time.year, time.month) && time.hour >= 0 && time.hour <= 23 &&
+         time.minute >= 0 && time.minute <= 59 && time.second >= 0 && time.second <= 59;
+}
+
 bool read_record_time(std::string_view text, CivilTime* time) {
   if (text.size() < kRecordTimeLength) return false;
   const char* p = text.data();
@@ -58,11 +64,7 @@ bool read_record_time(std::string_view text, CivilTime* time) {
   read.hour = digits_value(p + 11, 2);
   read.minute = digits_value(p + 14, 2);
   read.second = digits_value(p + 17, 2);
-  if (read.year < 0 || read.month < 1 || read.month > 12 || read.day < 1 ||
-      read.day > days_in_month(read.year, read.month) || read.hour < 0 || read.hour > 23 ||
-      read.minute < 0 || read.minute > 59 || read.second < 0 || read.second > 59) {
-    return false;
-  }
+  if (read.year < 0 || !is_valid_civil_time(read)) return false;
   *time = read;
   return true;
 }
@@ -121,6 +123,30 @@ int civil_weekday(const CivilTime& time) {
   // 1970-01-01 was a Thursday.
   int64_t weekday = (days + 4) % 7;
   return static_cast<int>(weekday < 0 ? weekday + 7 : weekday);
+}
+
+CivilTime civil_time_of(const struct tm& fields) {
+  CivilTime time;
+  time.year = fields.tm_year + 1900;
+  time.month = fields.tm_mon + 1;
+  time.day = fields.tm_mday;
+  time.hour = fields.tm_hour;
+  time.minute = fields.tm_min;
+  time.second = fields.tm_sec;
+  return time;
+}
+
+struct tm broken_down_time(const CivilTime& time) {
+  struct tm fields = {};
+  fields.tm_year = time.year - 1900;
+  fields.tm_mon = time.month - 1;
+  fields.tm_mday = time.day;
+  fields.tm_hour = time.hour;
+  fields.tm_min = time.minute;
+  fields.tm_sec = time.second;
+  fields.tm_wday = civil_weekday(time);
+  fields.tm_isdst = -1;
+  return fields;
 }
 
 }  // namespace sarvik

@@ -2,6 +2,8 @@
 #ifndef SARVIK_RECORD_RECORD_TIME_H_
 #define SARVIK_RECORD_RECORD_TIME_H_
 
+#include <time.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -23,6 +25,9 @@ struct CivilTime {
 // text in the order of the calendar, which is what lets a reader compare them byte for byte.
 inline constexpr size_t kRecordTimeLength = 19;
 
+// Whether every field of `time` lies in its calendar range; the year may be any.
+bool is_valid_civil_time(const CivilTime& time);
+
 // Reads the record time at the start of `text`: a four-digit year and two-digit fields with the
 // record's separators, each field in its calendar range. False for anything else, `time`
 // untouched then. What follows the time is not looked at.
@@ -39,6 +44,11 @@ int64_t civil_seconds(const CivilTime& time);
 CivilTime civil_time_at(int64_t seconds);
 // The weekday of the date, 0 Sunday to 6 Saturday, as localtime counts.
 int civil_weekday(const CivilTime& time);
+
+// The fields of a broken-down time as a calendar time, and back: the weekday filled in, the
+// daylight-saving flag "unknown" (-1), so that mktime decides it.
+CivilTime civil_time_of(const struct tm& fields);
+struct tm broken_down_time(const CivilTime& time);
 
 }  // namespace sarvik
 

@@ -88,5 +88,20 @@ TEST(RecordTime, WeekdaysCountFromSunday) {
   EXPECT_EQ(civil_weekday({1600, 1, 1}), 6);
 }
 
+TEST(RecordTime, BrokenDownTimesConvertBothWays) {
+  CivilTime time{2017, 3, 4, 12, 34, 56};
+  struct tm fields = broken_down_time(time);
+  EXPECT_EQ(fields.tm_year, 117);
+  EXPECT_EQ(fields.tm_mon, 2);
+  EXPECT_EQ(fields.tm_mday, 4);
+  EXPECT_EQ(fields.tm_hour, 12);
+  EXPECT_EQ(fields.tm_min, 34);
+  EXPECT_EQ(fields.tm_sec, 56);
+  EXPECT_EQ(fields.tm_wday, 6);  // a Saturday
+  EXPECT_EQ(fields.tm_isdst, -1);
+  CivilTime back = civil_time_of(fields);
+  EXPECT_EQ(record_time_text(back), "2017/03/04 12:34:56");
+}
+
 }  // namespace
 }  // namespace sarvik
