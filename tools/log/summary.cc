@@ -239,8 +239,10 @@ bool Summary::print(OutputForm form, bool terminal, size_t width, TextWriter& ou
 bool Summary::print_stats(OutputForm form, bool terminal, TextWriter& out) const {
   std::vector<const std::pair<std::string, uint64_t>*> order;
   for (const auto& entry : by_fields.entries()) order.push_back(&entry);
+  // The largest counts first; equal counts in the order of their fields' texts.
   std::sort(order.begin(), order.end(), [](const auto* a, const auto* b) {
-    return a->second != b->second ? a->second > b->second : a->first < b->first;
+    return a->second != b->second ? a->second > b->second
+                                  : key_parts(a->first) < key_parts(b->first);
   });
   if (request.top != 0 && order.size() > request.top) order.resize(request.top);
 
