@@ -55,13 +55,14 @@ AccessColumns read_access_columns(std::string_view line) {
       &columns.operation, &columns.result, &columns.share, &columns.path};
   size_t commas[kAccessColumnCount - 1];
   size_t found = find_commas(line, kAccessColumnCount - 1, commas);
+  const char* text = line.data();
   size_t start = 0;
   for (size_t i = 0; i < found; ++i) {
-    *fields[i] = line.substr(start, commas[i] - start);
+    *fields[i] = std::string_view(text + start, commas[i] - start);
     start = commas[i] + 1;
   }
   // The path, the last column, takes the rest of the line with any commas in it.
-  *fields[found] = line.substr(std::min(start, line.size()));
+  *fields[found] = std::string_view(text + start, line.size() - start);
   if (found < kAccessColumnCount - 1) {
     columns.fault = ColumnFault::kTooFew;
   } else if (!is_result_word(columns.result)) {

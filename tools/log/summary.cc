@@ -89,15 +89,16 @@ std::string_view field_value(const MatchedRecord& record, StatsField field, std:
   return "";
 }
 
-// A key holds each field as its length in four bytes and its bytes, so that any bytes in a field
-// read back unchanged.
+// A key of several fields holds each as its length in four bytes and its bytes, so that any bytes
+// in a field read back unchanged; a key of one field is that field.
 void append_key_part(std::string* key, std::string_view part) {
   uint32_t length = static_cast<uint32_t>(part.size());
   key->append(reinterpret_cast<const char*>(&length), sizeof length);
   key->append(part);
 }
 
-std::vector<std::string_view> key_parts(std::string_view key) {
+std::vector<std::string_view> key_parts(std::string_view key, size_t fields) {
+  if (fields == 1) return {key};
   std::vector<std::string_view> parts;
   while (key.size() >= sizeof(uint32_t)) {
     uint32_t length;
@@ -198,14 +199,18 @@ bool Summary::take(const MatchedRecord& record) {
   switch (request.kind) {
     case SummaryRequest::Kind::kCount:
       break;
-    case SummaryRequest::Kind::kStats: {
+    case SummaryRequest::Kind::kStats:
+      if (request.fields.size() == 1) {
+        // One field is its own key: no need to mark where it ends.
+        by_fields.add(field_value(record, request.fields[0], &label));
+        break;
+      }
       key.clear();
       for (StatsField field : request.fields) {
         append_key_part(&key, field_value(record, field, &label));
       }
       by_fields.add(key);
       break;
-    }
     case SummaryRequest::Kind::kHistogram:
       if (record.has_time) {
         ++buckets[bucket_of(record.time, request.hourly)];
@@ -240,9 +245,10 @@ bool Summary::print_stats(OutputForm form, bool terminal, TextWriter& out) const
   std::vector<const std::pair<std::string, uint64_t>*> order;
   for (const auto& entry : by_fields.entries()) order.push_back(&entry);
   // The largest counts first; equal counts in the order of their fields' texts.
-  std::sort(order.begin(), order.end(), [](const auto* a, const auto* b) {
+  size_t fields = request.fields.size();
+  std::sort(order.begin(), order.end(), [&](const auto* a, const auto* b) {
     return a->second != b->second ? a->second > b->second
-                                  : key_parts(a->first) < key_parts(b->first);
+                                  : key_parts(a->first, fields) < key_parts(b->first, fields);
   });
   if (request.top != 0 && order.size() > request.top) order.resize(request.top);
 
@@ -256,7 +262,7 @@ bool Summary::print_stats(OutputForm form, bool terminal, TextWriter& out) const
     std::string count = std::to_string(entry->second);
     if (form == OutputForm::kTable) count.insert(0, digits - count.size(), ' ');
     std::vector<std::string_view> values{count};
-    for (std::string_view part : key_parts(entry->first)) values.push_back(part);
+    for (std::string_view part : key_parts(entry->first, fields)) values.push_back(part);
     printer.row(values, numbers);
   }
   return printer.finish();
