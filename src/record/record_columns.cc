@@ -48,24 +48,32 @@ bool ends_with(std::string_view text, std::string_view suffix) {
 
 }  // namespace
 
-AccessColumns read_access_columns(std::string_view line) {
+AccessColumns read_access_columns(std::string_view line, size_t wanted) {
   AccessColumns columns;
   std::string_view* fields[kAccessColumnCount] = {
       &columns.time,      &columns.user,   &columns.host,  &columns.ipaddr,
       &columns.operation, &columns.result, &columns.share, &columns.path};
+  // The commas before the wanted columns, and one more to see where the last of them ends.
+  size_t most = std::min(wanted, kAccessColumnCount - 1);
   size_t commas[kAccessColumnCount - 1];
-  size_t found = find_commas(line, kAccessColumnCount - 1, commas);
+  size_t found = find_commas(line, most, commas);
   const char* text = line.data();
   size_t start = 0;
   for (size_t i = 0; i < found; ++i) {
     *fields[i] = std::string_view(text + start, commas[i] - start);
     start = commas[i] + 1;
   }
-  // The path, the last column, takes the rest of the line with any commas in it.
-  *fields[found] = std::string_view(text + start, line.size() - start);
-  if (found < kAccessColumnCount - 1) {
+  if (found < most) {
+    *fields[found] = std::string_view(text + start, line.size() - start);
     columns.fault = ColumnFault::kTooFew;
-  } else if (!is_result_word(columns.result)) {
+    return columns;
+  }
+  // The path, the last column, takes the rest of the line with any commas in it.
+  if (found == kAccessColumnCount - 1) {
+    columns.path = std::string_view(text + start, line.size() - start);
+  }
+  constexpr size_t kResultColumn = 6;
+  if (wanted >= kResultColumn && !is_result_word(columns.result)) {
     columns.fault = ColumnFault::kAmbiguous;
   }
   return columns;

@@ -49,8 +49,10 @@ struct SystemColumns {
   ColumnFault fault = ColumnFault::kNone;
 };
 
-// `line` without its line end.
-AccessColumns read_access_columns(std::string_view line);
+// `line` without its line end. A reader that needs only the first columns may ask for just
+// `columns` of them: the others stay empty, and the line is marked kAmbiguous only when the
+// result column (the sixth) was read.
+AccessColumns read_access_columns(std::string_view line, size_t columns = kAccessColumnCount);
 SystemColumns read_system_columns(std::string_view line);
 
 // Whether `text` is a result column as the service writes it: "ok", "fail", or "fail" with a

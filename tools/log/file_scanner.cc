@@ -123,8 +123,9 @@ FileScanner::Verdict FileScanner::evaluate(std::string_view text, uint64_t line)
   record.file = file;
   record.text = text;
   record.line = line;
-  record.has_time = read_record_time(text, &record.time);
-  if (!entry->whole && settings.range->bounded()) {
+  bool range_test = !entry->whole && settings.range->bounded();
+  if (range_test || settings.read_time) record.has_time = read_record_time(text, &record.time);
+  if (range_test) {
     if (!record.has_time) {
       ++left.without_time;
       return Verdict::kNext;
@@ -136,29 +137,32 @@ FileScanner::Verdict FileScanner::evaluate(std::string_view text, uint64_t line)
     }
     if (!settings.range->contains_time(text)) return Verdict::kNext;
   }
-  AccessColumns access;
-  SystemColumns system;
-  bool accepted;
+  // Only the columns of the line's kind are built: a line costs no more than it must.
   if (settings.access_columns) {
-    access = read_access_columns(text);
+    const AccessColumns access = read_access_columns(text, settings.access_columns_wanted);
     record.access = &access;
     record.fault = access.fault;
-    accepted = settings.filter->accepts(access);
-  } else {
-    system = read_system_columns(text);
-    record.system = &system;
-    record.fault = system.fault;
-    accepted = settings.filter->accepts(system);
+    if (!settings.filter->accepts(access)) return left_out(record);
+    return pass_on(record, &access);
   }
-  if (!accepted) {
-    if (record.fault != ColumnFault::kNone) ++left.faulty_columns;
-    return Verdict::kNext;
-  }
-  if (!settings.filter->accepts_line(text)) return Verdict::kNext;
+  const SystemColumns system = read_system_columns(text);
+  record.system = &system;
+  record.fault = system.fault;
+  if (!settings.filter->accepts(system)) return left_out(record);
+  return pass_on(record, nullptr);
+}
+
+FileScanner::Verdict FileScanner::left_out(const MatchedRecord& record) {
+  if (record.fault != ColumnFault::kNone) ++left.faulty_columns;
+  return Verdict::kNext;
+}
+
+FileScanner::Verdict FileScanner::pass_on(MatchedRecord& record, const AccessColumns* access) {
+  if (!settings.filter->accepts_line(record.text)) return Verdict::kNext;
   if (settings.rules != nullptr) {
     // A line without a readable time has no moment for the period test: no rule fires.
-    if (!record.has_time || !settings.access_columns) return Verdict::kNext;
-    settings.rules->fire(access, record.time, &rule_scratch, &fired);
+    if (!record.has_time || access == nullptr) return Verdict::kNext;
+    settings.rules->fire(*access, record.time, &rule_scratch, &fired);
     if (fired.empty()) return Verdict::kNext;
     record.rules = &fired;
   }

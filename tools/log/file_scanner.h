@@ -23,6 +23,11 @@ struct ScanSettings {
   const RecordFilter* filter = nullptr;
   const RuleBacktest* rules = nullptr;  // null: no rules asked for
   bool number_lines = false;            // the output shows each line's number
+  // How many leading columns of an access line are read; the rest stay empty.
+  size_t access_columns_wanted = kAccessColumnCount;
+  // Whether a passing line's time is read (for JSON, the rules, and times in summaries); the
+  // time range reads it where it needs to anyway.
+  bool read_time = true;
 };
 
 // Where a forward scan of a file ended: behind its last whole record, and the number of the line
@@ -74,6 +79,10 @@ class FileScanner {
   bool search_chunk(const Chunk& chunk, const LiteralFinder& needle);
   // Tests one line and hands it on; `line` is its number when lines are numbered.
   Verdict evaluate(std::string_view text, uint64_t line);
+  // A line that the field filters left out, counted when its columns are in doubt.
+  Verdict left_out(const MatchedRecord& record);
+  // The rest of the tests of a line whose fields passed, then the sink.
+  Verdict pass_on(MatchedRecord& record, const AccessColumns* access);
 
   ScanSettings settings;
   ChunkReader reader;

@@ -156,6 +156,15 @@ int run_query(const QueryOptions& options, time_t now) {
   settings.filter = &plan.filter;
   settings.rules = plan.rules.get();
   settings.number_lines = plan.form == OutputForm::kJson && !plan.summary;
+  // Lines that are printed, and the rules, need every column; a summary only what it counts
+  // and what the filters test.
+  if (plan.summary && plan.rules == nullptr) {
+    settings.access_columns_wanted =
+        std::max(plan.filter.access_columns_needed(), access_columns_counted(plan.summary_request));
+    settings.read_time = counts_by_time(plan.summary_request);
+  } else {
+    settings.read_time = plan.rules != nullptr || plan.form == OutputForm::kJson;
+  }
   size_t workers = worker_count(files.size());
   std::vector<FileScanner> scanners(workers, FileScanner(settings));
   LeftOut left;

@@ -184,6 +184,14 @@ bool RecordFilter::has_field_filters() const {
          !operations.empty() || want_ok || want_fail || !paths.empty() || !texts.empty();
 }
 
+size_t RecordFilter::access_columns_needed() const {
+  if (!has_field_filters()) return 0;
+  // The columns by their number from 1: user 2, host 3, ip 4, op 5, result 6, share 7, path 8.
+  if (!paths.empty()) return 8;
+  if (!shares.empty()) return 7;
+  return 6;
+}
+
 bool RecordFilter::accepts(const AccessColumns& c) const {
   if (want_ok || want_fail) {
     std::string_view brief = brief_result(c.result);

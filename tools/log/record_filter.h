@@ -58,6 +58,10 @@ class RecordFilter {
   const LiteralFinder* needle() const;
 
   bool has_field_filters() const;
+  // How many leading columns of an access line the field filters read: up to the last column
+  // they test, and at least to the result, which tells a line whose columns moved. 0 without
+  // field filters.
+  size_t access_columns_needed() const;
 
  private:
   std::vector<std::string> users;

@@ -172,6 +172,31 @@ class RowPrinter {
 
 }  // namespace
 
+size_t access_columns_counted(const SummaryRequest& request) {
+  size_t columns = 0;
+  if (request.kind != SummaryRequest::Kind::kStats) return columns;
+  // The columns by their number from 1, as the fields are ordered.
+  for (StatsField field : request.fields) {
+    size_t number = field == StatsField::kUser     ? 2
+                    : field == StatsField::kHost   ? 3
+                    : field == StatsField::kIp     ? 4
+                    : field == StatsField::kOp     ? 5
+                    : field == StatsField::kResult ? 6
+                    : field == StatsField::kShare  ? 7
+                                                   : 1;
+    columns = std::max(columns, number);
+  }
+  return columns;
+}
+
+bool counts_by_time(const SummaryRequest& request) {
+  if (request.kind == SummaryRequest::Kind::kHistogram) return true;
+  for (StatsField field : request.fields) {
+    if (field == StatsField::kDay || field == StatsField::kHour) return true;
+  }
+  return false;
+}
+
 bool parse_stats_fields(const std::string& text, bool access_columns,
                         std::vector<StatsField>* fields, std::string* error) {
   size_t start = 0;

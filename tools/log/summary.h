@@ -43,6 +43,10 @@ struct SummaryRequest {
   bool hourly = false;             // kHistogram: a bar per hour, else per day
 };
 
+// How many leading columns of an access line the request reads, and whether it reads the time.
+size_t access_columns_counted(const SummaryRequest& request);
+bool counts_by_time(const SummaryRequest& request);
+
 // Counts the lines it is given. Each worker has its own; they are merged at the end. The request
 // must outlive it.
 class Summary : public RecordSink {

@@ -57,6 +57,25 @@ TEST(AccessColumns, RestoresCommasInThePathAndMarksWhatCannotBeTold) {
   }
 }
 
+TEST(AccessColumns, ReadsOnlyTheLeadingColumnsAsked) {
+  const char* line = "2017/03/04 12:34:56,alice,pc1,192.0.2.7,open_read,ok,docs,a,b";
+  AccessColumns two = read_access_columns(line, 2);
+  EXPECT_EQ(two.time, "2017/03/04 12:34:56");
+  EXPECT_EQ(two.user, "alice");
+  EXPECT_EQ(two.host, "");
+  EXPECT_EQ(two.path, "");
+  EXPECT_EQ(two.fault, ColumnFault::kNone);
+  AccessColumns seven = read_access_columns(line, 7);
+  EXPECT_EQ(seven.share, "docs");
+  EXPECT_EQ(seven.path, "a,b");
+  // The result column tells a line whose columns moved, once it is read.
+  const char* moved = "2017/03/04 12:34:56,smith,john,pc1,192.0.2.7,open_read,ok,docs,x";
+  EXPECT_EQ(read_access_columns(moved, 5).fault, ColumnFault::kNone);
+  EXPECT_EQ(read_access_columns(moved, 6).fault, ColumnFault::kAmbiguous);
+  EXPECT_EQ(read_access_columns("2017/03/04 12:34:56,alice", 3).fault, ColumnFault::kTooFew);
+  EXPECT_EQ(read_access_columns("2017/03/04 12:34:56,alice", 3).user, "alice");
+}
+
 struct SystemCase {
   const char* line;
   std::vector<std::string> fields;  // time, text1, text2, text3, texts
