@@ -47,7 +47,7 @@ expect() {  # <mode string> <path>...
     fi
   done
 }
-expect -rwxr-xr-x usr/sbin/sarvik usr/sbin/sarvik-check usr/bin/sarvik-send
+expect -rwxr-xr-x usr/sbin/sarvik usr/sbin/sarvik-check usr/bin/sarvik-send usr/bin/sarvik-log
 expect -rw-r--r-- usr/lib/systemd/system/sarvik.service \
   usr/share/doc/sarvik/copyright usr/share/doc/sarvik/changelog.gz \
   usr/share/doc/sarvik/README.md \
