@@ -17,7 +17,6 @@ inline constexpr char kExpirePercent[] = "expire/percent";
 inline constexpr char kAlerts[] = "alertlist/alert";
 
 // The optional limits, each off while missing.
-inline constexpr char kHardening[] = "hardening";
 inline constexpr char kClientTimeout[] = "hardening/clienttimeout";
 inline constexpr char kScriptTimeout[] = "hardening/scripttimeout";
 inline constexpr char kScriptReplyLimit[] = "hardening/scriptreplylimit";
