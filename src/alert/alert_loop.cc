@@ -5,14 +5,9 @@
 #include <iostream>
 
 #include "alert/handle_alert.h"
+#include "alert/wall_clock.h"
 
 namespace sarvik {
-
-namespace {
-
-time_t present_time() { return time(nullptr); }
-
-}  // namespace
 
 void* alert_thread(void* self) {
   auto* worker = static_cast<AlertThread*>(static_cast<Thread*>(self));
@@ -29,7 +24,7 @@ void* alert_thread(void* self) {
       return nullptr;
     }
     // The notice limits are taken anew for each batch, so a reload reaches the next one.
-    scan_tallies(*worker, present_time,
+    scan_tallies(*worker, wall_clock_seconds,
                  [worker](const std::string& name, const std::vector<std::string>& lines) {
                    handle_alert(name, lines, worker->notice_limits());
                  });
