@@ -5,9 +5,9 @@
 #include <string>
 
 #include "alert/evaluate_alerts.h"
-#include "core/access_fields.h"
-#include "core/record_lines.h"
 #include "logstore/log_kinds.h"
+#include "record/access_fields.h"
+#include "record/record_lines.h"
 #include "settings/settings_keys.h"
 #include "support/fixed_paths.h"
 

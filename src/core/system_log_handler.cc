@@ -4,8 +4,8 @@
 #include <list>
 #include <utility>
 
-#include "core/record_lines.h"
 #include "logstore/log_kinds.h"
+#include "record/record_lines.h"
 #include "settings/settings_keys.h"
 #include "support/fixed_paths.h"
 

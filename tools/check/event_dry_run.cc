@@ -8,9 +8,9 @@
 
 #include "check/diagnostic.h"
 #include "check/xml_lookup.h"
-#include "core/access_fields.h"
-#include "core/record_text.h"
 #include "protocol/request_data.h"
+#include "record/access_fields.h"
+#include "record/record_text.h"
 #include "settings/settings_keys.h"
 
 namespace sarvik::check {
