@@ -32,9 +32,7 @@ void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThre
   log.auto_delete = config.GetAutoDelete(kAccessAutoDelete);
   // Result ignored: unlike a system record, an access record that cannot be written is dropped.
   log.write_line(now, line);
-  // The rules see the same texts, but the result in its brief form, without the error text.
-  evaluate_alerts(now, fields.user, fields.host, fields.ipaddr, fields.operation,
-                  access_result(request, /*brief=*/true), share, fields.path, line, config, alerts);
+  evaluate_alerts(now, fields, line, config, alerts);
 }
 
 }  // namespace sarvik

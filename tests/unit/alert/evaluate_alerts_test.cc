@@ -21,14 +21,14 @@ constexpr time_t kWhen = 1700000000;
 constexpr char kLine[] = "2023/11/14 22:13:20,alice,pc1,192.0.2.7,open_read,ok,docs,a.txt";
 
 // A rule called `name` that fires on every access to share `share` within `span` (the
-// elements "from" and "to"; empty: the whole day).
+// elements "from" and "to"; empty: the whole day) that meets the further `conditions`.
 std::string rule(const std::string& name, const std::string& share = "docs",
-                 const std::string& span = "") {
+                 const std::string& span = "", const std::string& conditions = "") {
   return "<alert><name>" + name +
          "</name><period><weekdays sun='true' mon='true' tue='true' wed='true' thu='true' "
          "fri='true' sat='true'/>" +
-         span + "</period><usernamelist all='true'/><sharename>" + share +
-         "</sharename><operationlist><operation type='open_read' enable='true'/>" +
+         span + "</period><usernamelist all='true'/><sharename>" + share + "</sharename>" +
+         conditions + "<operationlist><operation type='open_read' enable='true'/>" +
          "</operationlist></alert>";
 }
 
@@ -63,9 +63,10 @@ class EvaluateAlerts : public ::testing::Test {
                                               "</alertlist></config>");
     config.reload();
   }
-  void evaluate(const std::string& share = "docs", time_t when = kWhen) {
-    evaluate_alerts(when, "alice", "pc1", "192.0.2.7", "open_read", "ok", share, "a.txt", kLine,
-                    config, alerts);
+  void evaluate(const std::string& share = "docs", time_t when = kWhen,
+                const std::string& result = "ok") {
+    const AccessFields fields{"alice", "pc1", "192.0.2.7", "open_read", result, share, "a.txt"};
+    evaluate_alerts(when, fields, kLine, config, alerts);
   }
   // The lines of the alert log, each with its CR LF.
   std::string alert_log() {
@@ -119,6 +120,17 @@ TEST_F(EvaluateAlerts, HitOfAPastMonthGoesToTheAlertLogOfThatMonth) {
   ASSERT_EQ(testing::list_dir(root), std::vector<std::string>{month});
   EXPECT_EQ(testing::list_dir(root + "/" + month),
             std::vector<std::string>{"alert_" + local_text(when, "%Y%m%d%H%M%S") + ".csv"});
+}
+
+// A rule compares with "ok" and "fail" and never sees the error text of the logged result.
+TEST_F(EvaluateAlerts, RulesSeeTheResultInItsBriefForm) {
+  load(rule("failed", "docs", "", "<result>fail</result>") +
+       rule("denied", "docs", "", "<result>*denied*</result>"));
+  evaluate("docs", kWhen, "fail (Permission denied)");
+  EXPECT_EQ(alerts.tallies.count("failed"), 1u);
+  EXPECT_EQ(alerts.tallies.count("denied"), 0u);
+  evaluate("docs", kWhen, "ok");
+  EXPECT_EQ(alerts.tallies["failed"].lines.size(), 1u);
 }
 
 TEST_F(EvaluateAlerts, EventThatFiresNothingWritesNothing) {
