@@ -88,8 +88,8 @@ std::string record_time_text(const CivilTime& time) {
 }
 
 int64_t civil_seconds(const CivilTime& time) {
-  return days_from_civil(time.year, time.month, time.day) * kSecondsPerDay + time.hour * 3600 +
-         time.minute * 60 + time.second;
+  return days_from_civil(time.year, time.month, time.day) * kSecondsPerDay +
+         int64_t{time.hour} * 3600 + int64_t{time.minute} * 60 + time.second;
 }
 
 CivilTime civil_time_at(int64_t seconds) {

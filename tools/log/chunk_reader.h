@@ -34,9 +34,9 @@ class ChunkReader {
                        size_t longest_record = kDefaultLongestRecord);
 
   // A block this size is read at a time: it stays in the processor's cache while it is scanned.
-  static constexpr size_t kDefaultBlockSize = 256 * 1024;
+  static constexpr size_t kDefaultBlockSize = size_t{256} * 1024;
   // The service writes no record near this long.
-  static constexpr size_t kDefaultLongestRecord = 4 * 1024 * 1024;
+  static constexpr size_t kDefaultLongestRecord = size_t{4} * 1024 * 1024;
 
   // Hands over the whole records from `offset` to the end of the file in file order. Returns
   // the offset just behind the last whole record handed over (where later lines will begin),

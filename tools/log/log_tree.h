@@ -16,7 +16,7 @@ namespace sarvik::log_query {
 // How far a later line's time may read earlier than an earlier line's in a log whose lines are
 // written in time order: the widest step back that local time takes when the zone changes (from
 // UTC+14 to UTC-12). Daylight saving steps back one hour at most.
-inline constexpr int64_t kOrderSlack = 26 * 3600;
+inline constexpr int64_t kOrderSlack = int64_t{26} * 3600;
 
 // One log file to read, named by its month directory and its name.
 struct LogFileEntry {
