@@ -1,5 +1,6 @@
-// The alert rule test: period, user, text conditions and operation of one access event. The
-// record itself belongs to the settings; its test lives here with the rest of the alerts.
+// The alert rule test: period, user, text conditions and operation of one access event. It is
+// part of the rule record, so it lives with the record in the settings: the alert thread, the
+// settings checker and the log reader all test rules without the alert thread's machinery.
 #include <algorithm>
 #include <cstdint>
 
