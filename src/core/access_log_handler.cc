@@ -13,13 +13,6 @@
 
 namespace sarvik {
 
-namespace {
-
-// Expiry settings of the access log.
-constexpr int kAccessAutoDelete = 1;
-
-}  // namespace
-
 void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThread& alerts) {
   if (!config.GetRootEnable(keys::kAccessLogConf, keys::kEnable)) return;
   time_t now = time(nullptr);
@@ -29,7 +22,7 @@ void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThre
   AccessFields fields = access_fields(request, share);
   std::string line = access_line(now, fields);
   LogFile log = make_log_file(kAccessLog, config.get_share_path(), paths::kStateDir);
-  log.auto_delete = config.GetAutoDelete(kAccessAutoDelete);
+  log.auto_delete = config.GetAutoDelete(kAccessLogExpiry);
   // Result ignored: unlike a system record, an access record that cannot be written is dropped.
   log.write_line(now, line);
   evaluate_alerts(now, fields, line, config, alerts);

@@ -11,13 +11,6 @@
 
 namespace sarvik {
 
-namespace {
-
-// Expiry settings of the system log.
-constexpr int kSystemAutoDelete = 0;
-
-}  // namespace
-
 void handle_system_log(const ReqSystemLog& request, ConfigXml& config) {
   // Lives for the whole process and only in memory: a restart loses what waits here.
   static std::list<SystemRecord> pending_system_records;
@@ -25,7 +18,7 @@ void handle_system_log(const ReqSystemLog& request, ConfigXml& config) {
   if (!config.GetRootEnable(keys::kEventLogConf, keys::kEnable)) return;
   SystemRecord record = system_record(request);
   LogFile log = make_log_file(kSystemLog, config.get_share_path(), paths::kStateDir);
-  log.auto_delete = config.GetAutoDelete(kSystemAutoDelete);
+  log.auto_delete = config.GetAutoDelete(kSystemLogExpiry);
 
   pending_system_records.push_back(std::move(record));
   bool all_written = true;

@@ -98,7 +98,7 @@ std::vector<std::string> ConfigXml::get_share_names() {
 }
 
 AutoDelete ConfigXml::GetAutoDelete(int kind) {
-  if (kind != 0 && kind != 1) return XmlData::GetAutoDelete(kind);
+  if (kind < 0 || kind >= kAutoDeleteKinds) return XmlData::GetAutoDelete(kind);
   Kept& values = kept_values();
   if (!values.autodelete[kind]) values.autodelete[kind] = XmlData::GetAutoDelete(kind);
   return *values.autodelete[kind];

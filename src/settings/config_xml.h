@@ -77,7 +77,7 @@ class ConfigXml : public XmlData {
     std::vector<Switch> switches;
     std::optional<std::string> share_path;
     std::optional<std::vector<std::string>> share_names;
-    std::optional<AutoDelete> autodelete[2];
+    std::optional<AutoDelete> autodelete[kAutoDeleteKinds];  // by AutoDeleteKind
     bool no_rules = false;  // the last parse of the rules found none
   };
 

@@ -19,9 +19,6 @@ namespace {
 
 using Pattern = AlertInfo::AlertPattern;
 
-// Expiry settings of the access log, the kind the access handler asks for.
-constexpr int kAccessAutoDelete = 1;
-
 // The event's fields as the rules receive them: the result in its brief form.
 using RuleFields = AccessFields;
 
@@ -120,7 +117,7 @@ std::string reason_no_rule_is_tried(ConfigXml& config, const std::string& share)
     return "the request fails: no 'share/path' text";
   }
   try {
-    config.GetAutoDelete(kAccessAutoDelete);
+    config.GetAutoDelete(kAccessLogExpiry);
   } catch (...) {
     return std::string("the request fails: no '") + keys::kAccessAutoDelete + "' element";
   }

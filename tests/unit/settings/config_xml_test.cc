@@ -125,7 +125,7 @@ TEST_F(ConfigXmlTest, ExpiryNumbersGoThroughTheLenientNumberReading) {
   for (const auto& [text, days] : cases) {
     load(std::string("<eventlogconf><autodelete enable='true'><expire><days>") + text +
          "</days><percent>101</percent></expire></autodelete></eventlogconf>");
-    AutoDelete settings = config.GetAutoDelete(0);
+    AutoDelete settings = config.GetAutoDelete(kSystemLogExpiry);
     EXPECT_EQ(settings.days, days) << text;
     // An empty days element fails the read, which leaves the percent 0 too; no clamp at 100.
     EXPECT_EQ(settings.percent, *text == '\0' ? 0 : 101) << text;
@@ -134,7 +134,7 @@ TEST_F(ConfigXmlTest, ExpiryNumbersGoThroughTheLenientNumberReading) {
 
 TEST_F(ConfigXmlTest, AutodeleteWithoutExpireKeepsItsSwitch) {
   load("<accesslogconf><autodelete enable='true'/></accesslogconf>");
-  AutoDelete settings = config.GetAutoDelete(1);
+  AutoDelete settings = config.GetAutoDelete(kAccessLogExpiry);
   EXPECT_TRUE(settings.enable);
   EXPECT_EQ(settings.days, 0);
   EXPECT_EQ(settings.percent, 0);
@@ -142,7 +142,7 @@ TEST_F(ConfigXmlTest, AutodeleteWithoutExpireKeepsItsSwitch) {
 
 TEST_F(ConfigXmlTest, DaysWithoutPercentAreKept) {
   load("<accesslogconf><autodelete><expire><days>9</days></expire></autodelete></accesslogconf>");
-  AutoDelete settings = config.GetAutoDelete(1);
+  AutoDelete settings = config.GetAutoDelete(kAccessLogExpiry);
   EXPECT_FALSE(settings.enable);
   EXPECT_EQ(settings.days, 9);
   EXPECT_EQ(settings.percent, 0);
@@ -175,7 +175,7 @@ TEST_F(ConfigXmlTest, AReloadGivesTheNewValues) {
   EXPECT_TRUE(config.GetRootEnable("accesslogconf", "enable"));
   EXPECT_EQ(config.get_share_path(), "/one");
   EXPECT_EQ(config.get_share_names(), std::vector<std::string>{"a"});
-  EXPECT_EQ(config.GetAutoDelete(1).days, 3);
+  EXPECT_EQ(config.GetAutoDelete(kAccessLogExpiry).days, 3);
   EXPECT_TRUE(is_logged_share("a", config));
   load(
       "<share><path>/two</path></share><accesslogconf enable=\"false\"><sharelist all=\"true\">"
@@ -184,7 +184,7 @@ TEST_F(ConfigXmlTest, AReloadGivesTheNewValues) {
   EXPECT_FALSE(config.GetRootEnable("accesslogconf", "enable"));
   EXPECT_EQ(config.get_share_path(), "/two");
   EXPECT_EQ(config.get_share_names(), std::vector<std::string>{"b"});
-  AutoDelete autodelete = config.GetAutoDelete(1);
+  AutoDelete autodelete = config.GetAutoDelete(kAccessLogExpiry);
   EXPECT_FALSE(autodelete.enable);
   EXPECT_EQ(autodelete.days, 7);
   EXPECT_EQ(autodelete.percent, 0);
@@ -203,7 +203,7 @@ TEST_F(ConfigXmlTest, AChangeThroughTheModelGivesTheNewValues) {
   EXPECT_EQ(config.get_share_path(), "/three");
   Vexil::CDOMElement(config.GetRootNode().SelectSingleNode("accesslogconf/autodelete/expire/days"))
       .SetText("9");
-  EXPECT_EQ(config.GetAutoDelete(1).days, 9);
+  EXPECT_EQ(config.GetAutoDelete(kAccessLogExpiry).days, 9);
   config.RemoveNode("share");
   EXPECT_THROW(config.get_share_path(), Vexil::CXMLError);
 }
@@ -212,7 +212,7 @@ TEST_F(ConfigXmlTest, AFailedReadRaisesAgainAtEveryCall) {
   load("<accesslogconf enable=\"true\"/>");
   for (int i = 0; i < 2; ++i) {
     EXPECT_THROW(config.get_share_path(), Vexil::CXMLError);
-    EXPECT_THROW(config.GetAutoDelete(1), Vexil::CXMLError);
+    EXPECT_THROW(config.GetAutoDelete(kAccessLogExpiry), Vexil::CXMLError);
   }
   testing::write_file(paths::kSettings, "<config><unclosed></config>");
   EXPECT_THROW(config.reload(), Vexil::CXMLError);

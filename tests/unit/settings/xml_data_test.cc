@@ -298,8 +298,8 @@ TEST(GetAutoDelete, OtherKindsAreAllZeroWithoutLookingAtTheDocument) {
 
 TEST(GetAutoDelete, MissingAutodeleteElementRaises) {
   Loaded loaded("<r><eventlogconf enable='true'/></r>");
-  EXPECT_THROW(loaded.data.GetAutoDelete(0), Vexil::CXMLError);
-  EXPECT_THROW(loaded.data.GetAutoDelete(1), Vexil::CXMLError);
+  EXPECT_THROW(loaded.data.GetAutoDelete(kSystemLogExpiry), Vexil::CXMLError);
+  EXPECT_THROW(loaded.data.GetAutoDelete(kAccessLogExpiry), Vexil::CXMLError);
 }
 
 TEST(GetAutoDelete, ReadsEachLogsBranch) {
@@ -308,11 +308,11 @@ TEST(GetAutoDelete, ReadsEachLogsBranch) {
       "<percent>15</percent></expire></autodelete></eventlogconf>"
       "<accesslogconf><autodelete enable='false'><expire><days>7</days>"
       "<percent>5</percent></expire></autodelete></accesslogconf></r>");
-  AutoDelete system = loaded.data.GetAutoDelete(0);
+  AutoDelete system = loaded.data.GetAutoDelete(kSystemLogExpiry);
   EXPECT_TRUE(system.enable);
   EXPECT_EQ(system.days, 30);
   EXPECT_EQ(system.percent, 15);
-  AutoDelete access = loaded.data.GetAutoDelete(1);
+  AutoDelete access = loaded.data.GetAutoDelete(kAccessLogExpiry);
   EXPECT_FALSE(access.enable);
   EXPECT_EQ(access.days, 7);
   EXPECT_EQ(access.percent, 5);
@@ -322,7 +322,7 @@ TEST(GetAutoDelete, WithoutExpireDaysBothNumbersAreZero) {
   Loaded loaded(
       "<r><eventlogconf><autodelete enable='true'><expire><percent>15</percent></expire>"
       "</autodelete></eventlogconf></r>");
-  AutoDelete settings = loaded.data.GetAutoDelete(0);
+  AutoDelete settings = loaded.data.GetAutoDelete(kSystemLogExpiry);
   EXPECT_TRUE(settings.enable);
   EXPECT_EQ(settings.days, 0);
   EXPECT_EQ(settings.percent, 0);
