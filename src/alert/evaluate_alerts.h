@@ -16,9 +16,10 @@ namespace sarvik {
 // brief form, "ok" or "fail", without the error text. Each hit writes `line` to the alert log at
 // once (a line that cannot be written is not kept) and queues it in the tally of the rule's
 // name, which wakes the alert thread. The alert log never expires. Raises CXMLError for missing
-// settings: the hits before stand, the rules after are not tried. Main thread.
+// settings: the hits before stand, the rules after are not tried. The alert log keeps its state
+// files in `state_dir` (the service's is paths::kStateDir). Main thread.
 void evaluate_alerts(time_t time, const AccessFields& fields, const std::string& line,
-                     ConfigXml& config, AlertThread& thread);
+                     ConfigXml& config, AlertThread& thread, const std::string& state_dir);
 
 }  // namespace sarvik
 

@@ -25,7 +25,7 @@ void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThre
   log.auto_delete = config.GetAutoDelete(kAccessLogExpiry);
   // Result ignored: unlike a system record, an access record that cannot be written is dropped.
   log.write_line(now, line);
-  evaluate_alerts(now, fields, line, config, alerts);
+  evaluate_alerts(now, fields, line, config, alerts, paths::kStateDir);
 }
 
 }  // namespace sarvik

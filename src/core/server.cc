@@ -114,7 +114,7 @@ void serve_next(Connection& listener, ConfigXml& config, AlertThread& alerts,
 }  // namespace
 
 void server_main() {
-  ConfigXml config;
+  ConfigXml config{std::string(paths::kSettings)};
   Connection listener(paths::kSocket);  // the socket comes with the first accept
   AlertThread alerts(alert_thread);     // not started: nothing is delivered before the settings
   // A service that cannot read its settings ends here and never appears on its socket; the

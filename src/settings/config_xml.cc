@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "settings/settings_keys.h"
-#include "support/fixed_paths.h"
 #include "support/tree_generation.h"
 
 namespace sarvik {
@@ -33,6 +32,11 @@ constexpr char kReservedShare[] = "IPC$";
 
 }  // namespace
 
+ConfigXml::ConfigXml(std::string settings_path)
+    : XmlData(std::string()), settings_path(std::move(settings_path)) {
+  fill_tables();
+}
+
 ConfigXml::ConfigXml() : XmlData(std::string()) { fill_tables(); }
 
 ConfigXml::ConfigXml(const Glib::ustring& encoding) : XmlData(encoding, std::string()) {
@@ -53,7 +57,7 @@ ConfigXml::~ConfigXml() = default;
 void ConfigXml::reload() {
   alerts.clear();  // keeps the capacity
   hardening = Hardening();
-  LockedLoad(paths::kSettings);
+  LockedLoad(settings_path);
   hardening = read_hardening(GetRootNode());
 }
 

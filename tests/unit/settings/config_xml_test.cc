@@ -3,26 +3,24 @@
 
 #include <gtest/gtest.h>
 
-#include "support/fixed_paths.h"
 #include "support/xml_error.h"
 #include "testing/file_text.h"
-#include "testing/fresh_volumes.h"
+#include "testing/temp_dir.h"
 
 namespace sarvik {
 namespace {
 
-// Each test gets an empty /mnt/data of its own and writes the settings file there.
+// Each test gets a temporary directory of its own and writes the settings file there.
 class ConfigXmlTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    SARVIK_REQUIRE_FRESH_VOLUMES();
-    testing::make_dirs("/mnt/data/xmlconf");
-  }
+  void SetUp() override {}
   void load(const std::string& body) {
-    testing::write_file(paths::kSettings, "<config>" + body + "</config>");
+    testing::write_file(settings, "<config>" + body + "</config>");
     config.reload();
   }
-  ConfigXml config;
+  testing::TempDir tmp;
+  const std::string settings = tmp / "config-sarvik.xml";
+  ConfigXml config{settings};
 };
 
 TEST_F(ConfigXmlTest, TablesAreFilledAtConstruction) {
@@ -32,13 +30,13 @@ TEST_F(ConfigXmlTest, TablesAreFilledAtConstruction) {
   EXPECT_EQ(config.weekday_bits.at("sat"), 6);
 }
 
-TEST_F(ConfigXmlTest, ReloadReadsTheFixedSettingsFile) {
+TEST_F(ConfigXmlTest, ReloadReadsTheSettingsFileItWasGiven) {
   load("<share><path>/mnt/data/logs</path></share>");
   EXPECT_EQ(config.get_share_path(), "/mnt/data/logs");
 }
 
 TEST_F(ConfigXmlTest, RootElementNameIsNotLookedAt) {
-  testing::write_file(paths::kSettings, "<anything><share><path>/v</path></share></anything>");
+  testing::write_file(settings, "<anything><share><path>/v</path></share></anything>");
   config.reload();
   EXPECT_EQ(config.get_share_path(), "/v");
 }
@@ -50,14 +48,14 @@ TEST_F(ConfigXmlTest, MissingSharePathRaises) {
 
 TEST_F(ConfigXmlTest, FailedReloadLeavesNoDocument) {
   load("<share><path>/v</path></share>");
-  testing::write_file(paths::kSettings, "<config><unclosed></config>");
+  testing::write_file(settings, "<config><unclosed></config>");
   try {
     config.reload();
     FAIL() << "no exception";
   } catch (const Vexil::CXMLError& error) {
-    EXPECT_STREQ(error.what(),
-                 "CDOMXmlDocument::Load: ERROR: parse_file() failed. "
-                 "file=/mnt/data/xmlconf/config-sarvik.xml\n");
+    EXPECT_STREQ(
+        error.what(),
+        ("CDOMXmlDocument::Load: ERROR: parse_file() failed. file=" + settings + "\n").c_str());
   }
   try {
     config.get_share_path();
@@ -214,7 +212,7 @@ TEST_F(ConfigXmlTest, AFailedReadRaisesAgainAtEveryCall) {
     EXPECT_THROW(config.get_share_path(), Vexil::CXMLError);
     EXPECT_THROW(config.GetAutoDelete(kAccessLogExpiry), Vexil::CXMLError);
   }
-  testing::write_file(paths::kSettings, "<config><unclosed></config>");
+  testing::write_file(settings, "<config><unclosed></config>");
   EXPECT_THROW(config.reload(), Vexil::CXMLError);
   // Without a document the switches raise as the root does; they were true before.
   EXPECT_THROW(config.GetRootEnable("accesslogconf", "enable"), Vexil::CXMLError);
