@@ -14,6 +14,7 @@
 #include "core/error_report.h"
 #include "core/reload_flag.h"
 #include "core/system_log_handler.h"
+#include "notice/notice_paths.h"
 #include "protocol/connection.h"
 #include "protocol/request_data.h"
 #include "protocol/wire.h"
@@ -116,7 +117,9 @@ void serve_next(Connection& listener, ConfigXml& config, AlertThread& alerts,
 void server_main() {
   ConfigXml config{std::string(paths::kSettings)};
   Connection listener(paths::kSocket);  // the socket comes with the first accept
-  AlertThread alerts(alert_thread);     // not started: nothing is delivered before the settings
+  AlertThread alerts(
+      alert_thread,
+      appliance_notice_paths());  // not started: nothing is delivered before the settings
   // A service that cannot read its settings ends here and never appears on its socket; the
   // worker that was never started is destroyed without a join.
   load_settings(config, alerts);

@@ -9,7 +9,6 @@
 #include "notice/cmd_exec_error.h"
 #include "notice/notice_dialect.h"
 #include "settings/xml_data.h"
-#include "support/fixed_paths.h"
 #include "support/xml_safe_text.h"
 
 namespace sarvik {
@@ -95,17 +94,17 @@ std::string request_buzzer(const NoticeScript& script, int melody) {
 }
 
 void notify_eventlog(const std::string& code, const std::map<std::string, std::string>& args,
-                     const NoticeLimits& limits) {
+                     const NoticeLimits& limits, const NoticePaths& where) {
   try {
-    request_eventlog(NoticeScript{paths::kEventLogScript, limits}, code, args);
+    request_eventlog(NoticeScript{where.eventlog_script, limits}, code, args);
   } catch (...) {
     // failure ignored: a missing event-log record must not stop the alert
   }
 }
 
-void notify_buzzer(int melody, const NoticeLimits& limits) {
+void notify_buzzer(int melody, const NoticeLimits& limits, const NoticePaths& where) {
   try {
-    request_buzzer(NoticeScript{paths::kBuzzerScript, limits}, melody);
+    request_buzzer(NoticeScript{where.buzzer_script, limits}, melody);
   } catch (...) {
     // failure ignored: a silent buzzer must not stop the alert
   }

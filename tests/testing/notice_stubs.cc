@@ -1,28 +1,37 @@
 // The appliance's three notice scripts as recording stubs, and its notice settings.
-#include "notice_stubs.h"
+#include "testing/notice_stubs.h"
 
-#include "support/fixed_paths.h"
 #include "testing/file_text.h"
 
 namespace sarvik::testing {
 
 namespace {
 
-// Makes the script folder and the record folder `name`, and returns the latter.
-std::string record_dir(const std::string& name) {
-  make_dirs("/mnt/data/bin");
-  make_dirs("/mnt/data/xmlconf");
-  const std::string dir = "/mnt/data/record/" + name;
+// Makes the folders below `root` and the record folder `name`, and returns the latter.
+std::string record_dir(const std::string& root, const std::string& name) {
+  make_dirs(root + "/bin");
+  make_dirs(root + "/xmlconf");
+  const std::string dir = root + "/record/" + name;
   make_dirs(dir);
   return dir;
 }
 
 }  // namespace
 
-NoticeStubs::NoticeStubs()
-    : eventlog(paths::kEventLogScript, record_dir("eventlog")),
-      buzzer(paths::kBuzzerScript, record_dir("buzzer")),
-      mail(paths::kMailScript, record_dir("mail")) {}
+NoticeStubs::NoticeStubs(const std::string& root)
+    : settings(root + "/xmlconf/config-notice.xml"),
+      settings_lock(root + "/xmlconf/config-notice.xml.lock"),
+      eventlog(root + "/bin/eventlog.py", record_dir(root, "eventlog")),
+      buzzer(root + "/bin/buzzer.py", record_dir(root, "buzzer")),
+      mail(root + "/bin/mailsend.py", record_dir(root, "mail")) {}
+
+NoticePaths NoticeStubs::paths() const {
+  return NoticePaths{eventlog.path(), buzzer.path(), mail.path(), settings, settings_lock};
+}
+
+void NoticeStubs::write_mail_profiles(const std::string& profiles) const {
+  write_mail_profiles_to(settings, profiles);
+}
 
 std::string eventlog_request(const std::string& code, const std::string& args) {
   return "<request><entrylist><entry type=\"add\"><eventlog><log><code>" + code +
