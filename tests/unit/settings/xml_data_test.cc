@@ -4,7 +4,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,7 +20,6 @@
 
 #include "support/xml_error.h"
 #include "testing/file_text.h"
-#include "testing/fresh_volumes.h"
 #include "testing/temp_dir.h"
 
 namespace sarvik {
@@ -82,20 +80,6 @@ TEST(LockedLoad, LockFileThatCannotBeCreatedRaisesCantOpenWithoutLoading) {
     EXPECT_STREQ(error.what(), "Can't open");
   }
   EXPECT_THROW(data.GetRootNode(), Vexil::CXMLError);  // nothing was loaded
-}
-
-TEST(LockedLoad, UnwritableDirectoryRaisesCantOpenUnlessTheLockFileExists) {
-  SARVIK_REQUIRE_FRESH_VOLUMES();
-  std::string why;
-  testing::make_dirs("/mnt/data/ro");
-  ASSERT_TRUE(testing::mount_tmpfs("/mnt/data/ro", 64, &why)) << why;
-  testing::write_file("/mnt/data/ro/existing.lock", "");
-  ASSERT_EQ(mount(nullptr, "/mnt/data/ro", nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
-  testing::write_file("/mnt/data/s.xml", "<r/>");
-  XmlData missing("/mnt/data/ro/new.lock");
-  EXPECT_THROW(missing.LockedLoad("/mnt/data/s.xml"), std::runtime_error);
-  XmlData existing("/mnt/data/ro/existing.lock");
-  EXPECT_NO_THROW(existing.LockedLoad("/mnt/data/s.xml"));
 }
 
 TEST(LockedLoad, FailedLoadLeavesNoDescriptorAndNoLock) {
