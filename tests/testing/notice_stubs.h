@@ -7,6 +7,7 @@
 
 #include "notice/notice_paths.h"
 
+#include "testing/notice_requests.h"
 #include "testing/notice_settings.h"
 #include "testing/stub_script.h"
 
@@ -29,15 +30,6 @@ struct NoticeStubs {
   StubScript buzzer;
   StubScript mail;
 };
-
-// The requests the stubs should get, byte for byte. `args` are the argument elements, already
-// escaped and in key order.
-std::string eventlog_request(const std::string& code, const std::string& args);
-std::string arg(const std::string& name, const std::string& value);
-inline constexpr char kBuzzerErrorRequest[] =
-    "<request><entrylist><entry type=\"play\"><buzzer><melody type=\"error\"/></buzzer></entry>"
-    "</entrylist></request>";
-std::string mail_request(int profilenum, const std::string& subject, const std::string& body);
 
 }  // namespace sarvik::testing
 
