@@ -31,7 +31,9 @@ void handle_alert(const std::string& name, const std::vector<std::string>& lines
         kAlertBodyBeforeName + name + kAlertBodyAfterName + count + kAlertBodyAfterCount;
     for (const std::string& line : lines) body += line + "\n";
     if (send_mail(notice, subject, body) != 0) {
-      std::cout << "handle_alert: no mail send.";  // no line end, as the service always printed it
+      // No line end: sarvik(8) documents the text byte for byte, and whoever watches the
+      // output matches it in that form.
+      std::cout << "handle_alert: no mail send.";
       return;
     }
     notify_mail_results(name, kEventMailSent, notice.sent_addresses, limits, where);

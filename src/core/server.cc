@@ -35,7 +35,9 @@ void load_settings(ConfigXml& config, AlertThread& alerts) {
 // that fails is not tried again before the next SIGHUP.
 void reload_if_requested(ConfigXml& config, AlertThread& alerts) {
   if (!reload_requested) return;
-  std::cout << "Reload config";  // no line end and no flush, as the service always printed it
+  // No line end and no flush, as sarvik(8) documents it: the text shows in front of the next
+  // message, which tells how the reload went.
+  std::cout << "Reload config";
   reload_requested = 0;
   load_settings(config, alerts);
 }

@@ -56,8 +56,8 @@ void judge_reply(const std::string& script_path, const std::string& reply) {
         Vexil::CDOMElement(document.GetRootNode().SelectSingleNode(kReplyEntry))
             .GetAttributeValue(kReplyResult);
     if (result.raw() != kReplyResultOk) {
-      // Kept on purpose: the handler below replaces this text, so a caller sees one message for
-      // a bad result and for a reply that cannot be read alike.
+      // The handler below replaces this text, so a caller sees one message for a bad result and
+      // for a reply that cannot be read alike: all a caller can act on is that the script failed.
       throw CmdExecError(script_path + kResultError + result.raw(), /*exec_failed=*/true,
                          /*exit_code=*/0);
     }
