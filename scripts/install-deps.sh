@@ -11,6 +11,7 @@ packages=(
   util-linux strace
   dpkg-dev file lintian groff-base man-db systemd procps
   clang libclang-rt-dev clang-format git
+  libcli11-dev nlohmann-json3-dev rsyslog rsyslog-relp
 )
 
 missing=()
