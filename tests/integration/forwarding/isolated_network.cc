@@ -36,7 +36,12 @@ bool loopback_up(std::string* why) {
 }  // namespace
 
 bool isolate_network(std::string* why) {
-  if (!loopback_up(why) || !mount_tmpfs("/run", 0, why)) return false;
+  if (!loopback_up(why)) return false;
+  struct stat journal;
+  if (stat("/run/systemd/journal", &journal) == 0 && S_ISDIR(journal.st_mode) &&
+      !mount_tmpfs("/run/systemd/journal", 0, why)) {
+    return false;
+  }
   struct stat dev_log;
   if (lstat("/dev/log", &dev_log) == 0 && !S_ISLNK(dev_log.st_mode) &&
       mount("/dev/null", "/dev/log", nullptr, MS_BIND, nullptr) != 0) {

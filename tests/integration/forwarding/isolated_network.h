@@ -8,9 +8,10 @@
 namespace sarvik::testing {
 
 // In the test's private mount and network namespaces (enter_fresh_volumes): brings the loopback
-// interface up, the only one there, and mounts an empty tmpfs on /run and /dev/null on /dev/log
-// when that is a socket of its own, so that nothing of the test (rsyslogd's own messages
-// included) reaches the host's journal or syslog socket. False with the reason in `why`.
+// interface up, the only one there, and mounts an empty tmpfs on /run/systemd/journal (where
+// /dev/log leads as a rule) and /dev/null on /dev/log when that is a socket of its own, so that
+// nothing of the test (rsyslogd's own messages included) reaches the host's journal or syslog
+// socket. False with the reason in `why`.
 bool isolate_network(std::string* why);
 
 }  // namespace sarvik::testing
