@@ -8,9 +8,9 @@ packages=(
   g++ cmake ninja-build pkg-config
   libxml++2.6-dev libglibmm-2.4-dev libxml2-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
-  util-linux strace
+  util-linux strace tzdata
   dpkg-dev file lintian groff-base man-db systemd procps
-  clang libclang-rt-dev clang-format git
+  clang libclang-rt-dev clang-format clang-tidy git
   libcli11-dev nlohmann-json3-dev rsyslog rsyslog-relp
 )
 

@@ -3,7 +3,7 @@
 # under AddressSanitizer + UndefinedBehaviorSanitizer (leaks count as failures), the threaded
 # tests under ThreadSanitizer, and at the end every fuzz target for a fixed time (scripts/fuzz.sh);
 # the Debian package is built and checked from the release build. The sources' format is checked
-# first.
+# first, and clang-tidy's checks run over the release tree's sources.
 # End-to-end tests need root (private mount namespaces).
 set -uo pipefail
 cd "$(dirname "$0")/.."
@@ -40,6 +40,8 @@ export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
 
 run_tree release "" -DCMAKE_BUILD_TYPE=RelWithDebInfo
+echo "=== tidy"
+scripts/check-tidy.sh build/release || failed+=("tidy")
 echo "=== package: build and check"
 scripts/check-package.sh || failed+=("package")
 run_tree asan "" -DSARVIK_SANITIZE=address -DSARVIK_BENCH=OFF

@@ -167,16 +167,23 @@ measure_idle() {  # server
   echo "idle_s=$idle idle_ticks=$((after - before)) idle_calls=${calls:-0}"
 }
 
-# Peak resident memory after RSS_RECORDS/10 and after RSS_RECORDS records.
+# Peak resident memory and private memory after RSS_RECORDS/10 and after RSS_RECORDS records,
+# as "hwm10_kb=.. private10_kb=.. hwm_kb=.. private_kb=..".
 measure_rss() {  # server
   local first=$((rss_records / 10))
   start_server "$1"
   local early late
-  early=$("$load" --records "$first" --pid "$server_pid" | sed 's/.*hwm_kb=\([0-9]*\).*/\1/')
-  late=$("$load" --records $((rss_records - first)) --pid "$server_pid" |
-    sed 's/.*hwm_kb=\([0-9]*\).*/\1/')
+  early=$("$load" --records "$first" --pid "$server_pid")
+  late=$("$load" --records $((rss_records - first)) --pid "$server_pid")
   stop_server
-  echo "$early $late"
+  local key
+  for key in hwm private; do
+    printf '%s10_kb=%s ' $key "$(echo "$early" | sed "s/.* ${key}_kb=\([0-9-]*\).*/\1/")"
+  done
+  for key in hwm private; do
+    printf '%s_kb=%s ' $key "$(echo "$late" | sed "s/.* ${key}_kb=\([0-9-]*\).*/\1/")"
+  done
+  echo
 }
 
 : >"$results/passes.txt"
@@ -192,9 +199,9 @@ done
 : >"$results/extras.txt"
 for server in "${servers[@]}"; do
   calls=$(count_calls "$server")
-  read -r early late < <(measure_rss "$server")
-  echo "server=$server calls=$calls hwm10_kb=$early hwm_kb=$late" | tee -a "$results/extras.txt" >&2
+  echo "server=$server calls=$calls $(measure_rss "$server")" | tee -a "$results/extras.txt" >&2
 done
 echo "server=sarvik $(measure_idle sarvik)" | tee -a "$results/extras.txt" >&2
-echo "server=libs-floor hwm_kb=$("$build/bench/e2e/libs-floor" | awk '{ print $2 }')" |
+echo "server=libs-floor $("$build/bench/e2e/libs-floor" |
+  awk '$1 == "VmHWM:" { printf "hwm_kb=%s ", $2 } $1 == "Private:" { printf "private_kb=%s", $2 }')" |
   tee -a "$results/extras.txt" >&2

@@ -28,8 +28,8 @@ In a second terminal, in the checkout, send a record and look at the logs:
   scripts/in-demo.sh sarvik-send system "\$(date +%s)" hello from-the demo
   scripts/in-demo.sh sarvik-send access alice pc1 192.0.2.7 open 1 0 docs 'r|report.txt'
   scripts/in-demo.sh sh -c 'tail -n +1 /mnt/data/logs/*/*/*.csv'
-The access line fires the rule "docs-reads": about 60 seconds later the stub scripts print the
-alert's event-log, buzzer and mail requests here, then one event-log record per address.
+The access line fires the rule "docs-reads": about 60 seconds later (59 to 61) the stub scripts
+print the alert's event-log, buzzer and mail requests here, then one event-log record per address.
 ----------------------------------------------------------------------------------------------
 MSG
 exec /proc/self/fd/3

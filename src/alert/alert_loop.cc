@@ -5,14 +5,9 @@
 #include <iostream>
 
 #include "alert/handle_alert.h"
+#include "alert/wall_clock.h"
 
 namespace sarvik {
-
-namespace {
-
-time_t present_time() { return time(nullptr); }
-
-}  // namespace
 
 void* alert_thread(void* self) {
   auto* worker = static_cast<AlertThread*>(static_cast<Thread*>(self));
@@ -28,7 +23,7 @@ void* alert_thread(void* self) {
       worker->unlock();
       return nullptr;
     }
-    scan_tallies(*worker, present_time, handle_alert);
+    scan_tallies(*worker, wall_clock_seconds, handle_alert);
     worker->unlock();
   }
 }

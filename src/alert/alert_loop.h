@@ -25,8 +25,10 @@ using AlertHandler =
 
 // The routine of the alert worker; `self` is the AlertThread. Sleeps up to kWaitSeconds at a
 // time, and after each wake-up, signal or time-out alike, either leaves (exit requested: pending
-// lines are not sent) or scans the tallies with the present time and handle_alert. Returns null,
-// only by exit request. Prints its progress on standard output.
+// lines are not sent) or scans the tallies with handle_alert and wall_clock_seconds, the clock
+// of the wait's deadline and of the hits: a single hit is thus due at the time-out of the wait
+// that follows its own wake-up, about kQuietSeconds after it came. Returns null, only by exit
+// request. Prints its progress on standard output.
 void* alert_thread(void* self);
 
 // One scan over the tallies in key order. Called on the alert thread with the worker's mutex

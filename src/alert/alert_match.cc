@@ -1,36 +1,22 @@
 // The alert rule test: period, user, text conditions and operation of one access event. The
 // record itself belongs to the settings; its test lives here with the rest of the alerts.
-#include <ctype.h>
-
 #include <algorithm>
 #include <cstdint>
 
 #include "settings/alert_info.h"
+#include "support/case_fold.h"
 
 namespace sarvik {
 namespace {
 
 using AlertPattern = AlertInfo::AlertPattern;
 
-// Case folding of one byte. Kept on purpose: the byte reaches tolower as a signed char, so in the
-// POSIX locale only the ASCII letters fold and the bytes above 127 stay as they are (the C
-// library's tables cover -128 to -1). The fold is read from the C library's own table of the
-// thread's locale, the one tolower reads, taken once per test instead of one call per byte.
-class Folder {
- public:
-  Folder() : table(*__ctype_tolower_loc()) {}
-  char operator()(char c) const { return static_cast<char>(table[static_cast<signed char>(c)]); }
-
- private:
-  const int32_t* table;
-};
-
 // Star matching in which every star stands for zero or more bytes. Greedy, returning only to the
 // latest star: each return moves that star's end one byte on and replays at most the pattern, so
 // the cost is O(text x pattern) with no recursion and no memory.
 bool match_stars(const char* text, const char* text_end, const char* pattern,
                  const char* pattern_end) {
-  const Folder fold;
+  const CaseFold& fold = CaseFold::table();
   const char* star_pattern = nullptr;  // the pattern byte behind the latest star run
   const char* star_text = nullptr;     // where the text behind that star run begins now
   while (text != text_end) {
@@ -101,7 +87,7 @@ bool AlertInfo::match_period(const struct tm& local) const {
 
 bool AlertInfo::match_username(const std::string& username) const {
   bool found = (this->username.flags & AlertPattern::ALERT_FLAG_ALL) != 0;
-  const Folder fold;
+  const CaseFold& fold = CaseFold::table();
   // Each configured name folded byte by byte against the event's name as it comes; compared in
   // place, which is what a folded copy would give.
   for (auto it = usernames.begin(); !found && it != usernames.end(); ++it) {

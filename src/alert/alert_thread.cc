@@ -1,22 +1,26 @@
 // The alert worker: construction and the queueing of hits.
 #include "alert/alert_thread.h"
 
+#include "alert/wall_clock.h"
+
 namespace sarvik {
 
 AlertThread::AlertThread(ThreadRoutine routine) : Thread(routine) {}
 
-AlertThread::~AlertThread() = default;
+// The routine scans the tallies, also with the mutex released while it mails; it must have
+// returned before they are destroyed, which happens after this body.
+AlertThread::~AlertThread() { stop_and_join(); }
 
 void AlertThread::add_hit(const std::string& name, const std::string& line) {
   lock();
   auto it = tallies.find(name);
   if (it == tallies.end()) {
     AlertTally tally;
-    tally.last_time = time(nullptr);
+    tally.last_time = wall_clock_seconds();
     it = tallies.emplace(name, tally).first;
   }
   it->second.lines.push_back(line);
-  it->second.last_time = time(nullptr);
+  it->second.last_time = wall_clock_seconds();
   signal();
   unlock();
 }

@@ -20,8 +20,9 @@ struct AlertTally {
 };
 
 // The one background worker. The main thread adds hits; the routine, run on the worker's own
-// thread, drains the tallies. The server owns the object for the whole run. Its destructor
-// destroys the tallies and then, in the base, sets the exit flag and joins the thread.
+// thread, drains the tallies. The server owns the object for the whole run. Its destructor sets
+// the exit flag, wakes the routine and joins it before the tallies go, so that no scan ever
+// walks a destroyed map; a mail in progress is finished first.
 class AlertThread : public Thread {
  public:
   // `routine` is what start() runs with this object.

@@ -3,6 +3,8 @@
 
 #include <ctime>
 
+#include "alert/wall_clock.h"
+
 namespace sarvik {
 
 Thread::Thread(ThreadRoutine routine) : routine(routine) {}
@@ -10,18 +12,22 @@ Thread::Thread(ThreadRoutine routine) : routine(routine) {}
 int Thread::wait(long seconds) {
   if (seconds == 0) return pthread_cond_wait(&cond, &mutex);
   struct timespec deadline;
-  deadline.tv_sec = time(nullptr) + seconds;
+  deadline.tv_sec = wall_clock_seconds() + seconds;
   deadline.tv_nsec = 0;
   return pthread_cond_timedwait(&cond, &mutex, &deadline);
 }
 
-Thread::~Thread() {
-  // Results ignored: a destructor has no one to report to.
+Thread::~Thread() { stop_and_join(); }
+
+void Thread::stop_and_join() {
+  // Results ignored: the destructors that call this have no one to report to.
   pthread_mutex_lock(&mutex);
   exit_requested = true;
   pthread_mutex_unlock(&mutex);
   pthread_cond_signal(&cond);
-  if (started) pthread_join(handle, nullptr);
+  if (!started) return;
+  pthread_join(handle, nullptr);
+  started = false;
 }
 
 int Thread::start() {

@@ -21,12 +21,11 @@ class Thread {
   Thread& operator=(const Thread&) = delete;
 
   // Waits on the condition; the caller holds the mutex. 0 waits untimed; otherwise until the
-  // whole second time(nullptr) + seconds, so up to a second shorter than asked. Does not loop:
-  // a signal, a spurious wake-up and the time-out all return.
+  // whole second wall_clock_seconds() + seconds of the realtime clock, so up to a second shorter
+  // than asked. Does not loop: a signal, a spurious wake-up and the time-out all return.
   virtual int wait(long seconds);
-  // Locks, sets exit_requested, unlocks and signals by the POSIX calls themselves (not through
-  // the overridable operations), then joins a started thread. Destroys neither mutex nor
-  // condition.
+  // Ends the thread as stop_and_join() does, unless a derived destructor did so already.
+  // Destroys neither mutex nor condition.
   virtual ~Thread();
   // Creates the thread with default attributes, running the routine with this object.
   virtual int start();
@@ -44,14 +43,21 @@ class Thread {
  protected:
   explicit Thread(ThreadRoutine routine);
 
+  // Locks, sets exit_requested, unlocks and signals by the POSIX calls themselves (not through
+  // the overridable operations), then joins a started thread; later calls find nothing to join.
+  // A derived class whose members the routine uses calls it first in its destructor, so that
+  // those members outlive the routine. Owner's thread.
+  void stop_and_join();
+
  private:
   // Written by a successful start() only; before that it holds no value and is never read.
   pthread_t handle;
   ThreadRoutine routine;
   pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
   pthread_cond_t cond = PTHREAD_COND_INITIALIZER;
-  // Set by a successful start(). A worker can be destroyed without ever being started (when the
-  // first settings load fails) and then there is no thread to join. Main thread only.
+  // Set by a successful start(), cleared by the join. A worker can be destroyed without ever
+  // being started (when the first settings load fails) and then there is no thread to join.
+  // Owner's thread only.
   bool started = false;
 };
 

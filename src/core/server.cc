@@ -1,6 +1,8 @@
 // The server loop: one connection, one request, one answer at a time.
 #include "core/server.h"
 
+#include <time.h>
+
 #include <iostream>
 #include <stdexcept>
 
@@ -69,6 +71,11 @@ void serve_next(Connection& listener, ConfigXml& config, AlertThread& alerts) {
     // the client gets end of stream and no descriptor is left behind.
     Connection client(fd);
     reload_if_requested(config);
+    // The zone is looked at again once per request (tzset costs one stat of /etc/localtime
+    // while it is unchanged), so that a zone the administrator changes applies from the next
+    // record on. Every conversion of the request (localtime_r, mktime) then uses that zone; the
+    // alert thread converts no time.
+    tzset();
     if (!dispatch(client, config, alerts)) return;
     client.write_packet(ResultData(kResultOk));  // result ignored: the client may have left
   } catch (...) {

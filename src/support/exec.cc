@@ -60,7 +60,7 @@ CExec::CExec(const char* path, char* const* argv, char* const* envp, bool use_pa
   this->envp = CopyPointers(envp, &envc);
 }
 
-CExec::~CExec() {
+CExec::~CExec() {  // NOLINT(bugprone-exception-escape)
   // Raises "wait Error!" unless a child has been or can be waited for. Nothing can catch it in
   // a destructor, so the process ends by std::terminate; kept on purpose: every CExec must be
   // started, and a failed waitpid is fatal once the object goes out of scope.

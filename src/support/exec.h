@@ -33,7 +33,8 @@ class CExec {
   CExec(const char* path, char* const* argv);
   // Raises "param Error!" in the child, after fork, when both `use_path` and `use_env` are set.
   CExec(const char* path, char* const* argv, char* const* envp, bool use_path, bool use_env);
-  ~CExec();
+  // Waits for a started child; raises "wait Error!" otherwise, which ends the process.
+  ~CExec();  // NOLINT(bugprone-exception-escape)
   CExec(const CExec&) = delete;
   CExec& operator=(const CExec&) = delete;
 

@@ -67,7 +67,8 @@ void WalkChildPath(_xmlNode* node, std::string_view path, xmlpp::NodeSet* nodes)
   }
 }
 
-// The compiled expressions and the XPath context of one thread, freed when the thread ends.
+// The compiled expressions of one thread, freed when the thread ends. Compiled expressions are
+// independent of any document and are evaluated through the library's public calls.
 class XPathCache {
  public:
   XPathCache() = default;
@@ -75,27 +76,11 @@ class XPathCache {
   XPathCache& operator=(const XPathCache&) = delete;
   ~XPathCache() {
     for (auto& entry : compiled) xmlXPathFreeCompExpr(entry.second);
-    if (context != nullptr) xmlXPathFreeContext(context);
-  }
-
-  // The context, made ready for a fresh evaluation from `node`, as a new context would be; null
-  // when none can be made.
-  xmlXPathContext* ContextFor(_xmlNode* node) {
-    if (context == nullptr) context = xmlXPathNewContext(nullptr);
-    if (context == nullptr) return nullptr;
-    context->doc = node->doc;
-    context->node = node;
-    context->contextSize = -1;
-    context->proximityPosition = -1;
-    // An evaluation that failed half-way may leave these raised; a new context has them at 0.
-    context->depth = 0;
-    context->opCount = 0;
-    return context;
   }
 
   // The expression compiled for `xpath`, kept or new; null when the library rejects it. A kept
   // one belongs to the cache; `*owned` is set when the caller must free the result.
-  xmlXPathCompExpr* Compiled(const Glib::ustring& xpath, bool* owned) {
+  xmlXPathCompExpr* Compiled(xmlXPathContext* context, const Glib::ustring& xpath, bool* owned) {
     *owned = false;
     auto found = compiled.find(xpath.raw());
     if (found != compiled.end()) return found->second;
@@ -111,8 +96,25 @@ class XPathCache {
   }
 
  private:
-  xmlXPathContext* context = nullptr;
   std::unordered_map<std::string, xmlXPathCompExpr*> compiled;
+};
+
+// A fresh XPath context on the document of `node`, with `node` as the context node, freed with
+// the object; `get()` is null when the library could not make one.
+class Context {
+ public:
+  explicit Context(_xmlNode* node) : context(xmlXPathNewContext(node->doc)) {
+    if (context != nullptr) context->node = node;
+  }
+  Context(const Context&) = delete;
+  Context& operator=(const Context&) = delete;
+  ~Context() {
+    if (context != nullptr) xmlXPathFreeContext(context);
+  }
+  xmlXPathContext* get() const { return context; }
+
+ private:
+  xmlXPathContext* context;
 };
 
 thread_local XPathCache cache;
@@ -129,14 +131,14 @@ xmlpp::NodeSet FindNodes(const xmlpp::Node* node, const Glib::ustring& xpath) {
     WalkChildPath(self, xpath.raw(), &nodes);
     return nodes;
   }
-  xmlXPathContext* context = cache.ContextFor(self);
-  if (context == nullptr) {
+  Context context(self);
+  if (context.get() == nullptr) {
     throw xmlpp::internal_error("Could not create XPath context for " + xpath);
   }
   bool owned = false;
-  xmlXPathCompExpr* expression = cache.Compiled(xpath, &owned);
+  xmlXPathCompExpr* expression = cache.Compiled(context.get(), xpath, &owned);
   xmlXPathObject* result =
-      expression == nullptr ? nullptr : xmlXPathCompiledEval(expression, context);
+      expression == nullptr ? nullptr : xmlXPathCompiledEval(expression, context.get());
   if (owned) xmlXPathFreeCompExpr(expression);
   if (result == nullptr) throw xmlpp::exception("Invalid XPath: " + xpath);
   if (result->type != XPATH_NODESET) {

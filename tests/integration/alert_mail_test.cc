@@ -1,8 +1,16 @@
 // Alerts end to end: after the quiet time, the event log, the buzzer and the mail through the
-// notice scripts, in order and byte for byte. Each case waits a minute or two.
+// notice scripts, in order and byte for byte, and when they come on the real clock. Each case
+// waits a minute or two.
+#include <sched.h>
+#include <time.h>
+
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <chrono>
+#include <cstring>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "harness/alert_rules.h"
@@ -139,6 +147,63 @@ TEST_F(AlertMail, BurstGoesAs1024LinesAtOnceAndTheRestAfterTheQuietTime) {
             (std::vector<std::string>{mail(0, "burst", first), mail(0, "burst", rest)}));
   EXPECT_EQ(recorded_requests(paths::kBuzzerScript).size(), 2u);
 }
+
+// The realtime clock in seconds, with its fraction.
+double realtime_now() {
+  timespec now;
+  clock_gettime(CLOCK_REALTIME, &now);
+  return now.tv_sec + now.tv_nsec / 1e9;
+}
+
+// Sleeps until the realtime clock is `millis` milliseconds into a second.
+void sleep_until_fraction(long millis) {
+  timespec now;
+  clock_gettime(CLOCK_REALTIME, &now);
+  const long now_ms = now.tv_nsec / 1000000;
+  std::this_thread::sleep_for(std::chrono::milliseconds((millis - now_ms + 1000) % 1000));
+}
+
+// The quiet time on the real clock, for a hit at a given number of milliseconds into a second.
+class QuietTime : public ServiceTest, public ::testing::WithParamInterface<long> {};
+
+// A single hit wakes the alert thread, which finds it too young; the time-out of the wait that
+// follows brings the scan that sends it, 59 to 61 seconds after the hit (the deadline is a whole
+// second). A clock that lags that deadline finds the hit a second too young and sends it a whole
+// wait later.
+TEST_P(QuietTime, SingleHitIsAlertedAboutSixtySecondsAfterItCame) {
+  install_notice_stubs();
+  write_mail_profiles(mail_profile(true, {"a@x"}));
+  Settings settings;
+  settings.alerts = alert_rule("reads");
+  write_settings(settings);
+  // The service inherits a real-time priority and runs as a daemon, its messages going to the
+  // null device: it runs as soon as its wait ends, as on an idle appliance, and not whenever a
+  // busy test machine gets round to it.
+  const sched_param priority{1};
+  ASSERT_EQ(sched_setscheduler(0, SCHED_FIFO, &priority), 0) << strerror(errno);
+  start_service({"-D"});
+
+  sleep_until_fraction(GetParam());
+  const double sent = realtime_now();
+  ASSERT_EQ(exchange(read_access("a.txt")), kOkAnswer);
+  const double answered = realtime_now();
+  // Polled every 10 ms, for longer than the latest the request may come.
+  std::vector<std::string> events;
+  double arrived = answered;
+  while (events.empty() && arrived - sent < 65) {
+    std::this_thread::sleep_for(10ms);
+    events = recorded_requests(paths::kEventLogScript);
+    arrived = realtime_now();
+  }
+  ASSERT_FALSE(events.empty()) << "no alert within 65 s";
+  EXPECT_EQ(events[0], eventlog("71100010",
+                                "<arg name=\"name\">reads</arg>"
+                                "<arg name=\"number\">1</arg>"));
+  EXPECT_GE(arrived - answered, 58.0) << "the alert came too early";
+  EXPECT_LE(arrived - sent, 62.0) << "the alert came too late";
+}
+
+INSTANTIATE_TEST_SUITE_P(HitAtMillisecond, QuietTime, ::testing::Values(50, 300, 550, 800));
 
 }  // namespace
 }  // namespace sarvik::testing

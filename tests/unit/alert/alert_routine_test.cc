@@ -38,7 +38,7 @@ class AlertRoutine : public ::testing::Test {
     testing::write_mail_profiles(testing::mail_profile(true, {"a@x"}));
   }
 
-  // Ends the routine before the worker goes, so that no scan meets the destroyed tallies.
+  // Ends the routine by the exit request, and checks that it left by it.
   void TearDown() override {
     if (!started) return;
     worker.request_exit();

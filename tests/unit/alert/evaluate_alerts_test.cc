@@ -1,7 +1,12 @@
 // Alert evaluation: hits go to the alert log and to the tally of the rule's name.
 #include "alert/evaluate_alerts.h"
 
+#include <time.h>
+
 #include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
 
 #include "support/fixed_paths.h"
 #include "support/xml_error.h"
@@ -15,13 +20,32 @@ constexpr char kVolume[] = "/mnt/data/logs";
 constexpr time_t kWhen = 1700000000;
 constexpr char kLine[] = "2023/11/14 22:13:20,alice,pc1,192.0.2.7,open_read,ok,docs,a.txt";
 
-// A rule called `name` that fires on every access to share `share`.
-std::string rule(const std::string& name, const std::string& share = "docs") {
+// A rule called `name` that fires on every access to share `share` within `span` (the
+// elements "from" and "to"; empty: the whole day).
+std::string rule(const std::string& name, const std::string& share = "docs",
+                 const std::string& span = "") {
   return "<alert><name>" + name +
          "</name><period><weekdays sun='true' mon='true' tue='true' wed='true' thu='true' "
-         "fri='true' sat='true'/></period><usernamelist all='true'/><sharename>" +
-         share + "</sharename><operationlist><operation type='open_read' enable='true'/>" +
+         "fri='true' sat='true'/>" +
+         span + "</period><usernamelist all='true'/><sharename>" + share +
+         "</sharename><operationlist><operation type='open_read' enable='true'/>" +
          "</operationlist></alert>";
+}
+
+// The span of the whole hour `hour` of any day.
+std::string hour_span(int hour) {
+  const std::string h = std::to_string(hour);
+  return "<from><hour>" + h + "</hour><minute>0</minute></from><to><hour>" + h +
+         "</hour><minute>59</minute></to>";
+}
+
+// `when` in local time by strftime `format`.
+std::string local_text(time_t when, const char* format) {
+  struct tm local;
+  localtime_r(&when, &local);
+  char text[32];
+  strftime(text, sizeof text, format, &local);
+  return text;
 }
 
 // The service's fixed directories on private volumes, and settings with the given rules.
@@ -39,8 +63,8 @@ class EvaluateAlerts : public ::testing::Test {
                                               "</alertlist></config>");
     config.reload();
   }
-  void evaluate(const std::string& share = "docs") {
-    evaluate_alerts(kWhen, "alice", "pc1", "192.0.2.7", "open_read", "ok", share, "a.txt", kLine,
+  void evaluate(const std::string& share = "docs", time_t when = kWhen) {
+    evaluate_alerts(when, "alice", "pc1", "192.0.2.7", "open_read", "ok", share, "a.txt", kLine,
                     config, alerts);
   }
   // The lines of the alert log, each with its CR LF.
@@ -73,6 +97,28 @@ TEST_F(EvaluateAlerts, HitWritesTheLineAtOnceAndQueuesIt) {
   ASSERT_EQ(alerts.tallies.count("watch"), 1u);
   EXPECT_EQ(alerts.tallies["watch"].lines, std::vector<std::string>{kLine});
   EXPECT_GT(alerts.tallies["watch"].last_time, kWhen);  // the present, not the event's time
+}
+
+TEST_F(EvaluateAlerts, RuleTestSeesTheRecordsTimeNotThePresent) {
+  // Twelve hours ago (eleven or thirteen across a change of daylight saving): the rule's hour
+  // holds the record's time, and never the present.
+  const time_t when = time(nullptr) - 12 * 3600;
+  load(rule("then", "docs", hour_span(std::stoi(local_text(when, "%H")))) +
+       rule("now", "docs", hour_span(std::stoi(local_text(time(nullptr), "%H")))));
+  evaluate("docs", when);
+  EXPECT_EQ(alerts.tallies.count("then"), 1u);
+  EXPECT_EQ(alerts.tallies.count("now"), 0u);
+}
+
+TEST_F(EvaluateAlerts, HitOfAPastMonthGoesToTheAlertLogOfThatMonth) {
+  const time_t when = time(nullptr) - 40 * 24 * 3600;
+  load(rule("watch"));
+  evaluate("docs", when);
+  const std::string root = std::string(kVolume) + "/alertlog";
+  const std::string month = local_text(when, "%Y%m");
+  ASSERT_EQ(testing::list_dir(root), std::vector<std::string>{month});
+  EXPECT_EQ(testing::list_dir(root + "/" + month),
+            std::vector<std::string>{"alert_" + local_text(when, "%Y%m%d%H%M%S") + ".csv"});
 }
 
 TEST_F(EvaluateAlerts, EventThatFiresNothingWritesNothing) {

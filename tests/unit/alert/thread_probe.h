@@ -3,6 +3,7 @@
 #define SARVIK_TESTS_UNIT_ALERT_THREAD_PROBE_H_
 
 #include <functional>
+#include <string>
 #include <vector>
 
 #include "alert/thread.h"
@@ -51,6 +52,24 @@ void* probe_routine(void* self) {
   thread->unlock();
   return nullptr;
 }
+
+// `Base` (Thread or a class derived from it, constructible from a routine) that records the
+// calls of its overridable lock, unlock and signal by name into a list that outlives it.
+template <typename Base>
+class Recording : public Base {
+ public:
+  Recording(ThreadRoutine routine, std::vector<std::string>* calls) : Base(routine), calls(calls) {}
+  int lock() override { return record("lock", Base::lock()); }
+  int unlock() override { return record("unlock", Base::unlock()); }
+  int signal() override { return record("signal", Base::signal()); }
+
+ private:
+  int record(const char* call, int result) {
+    calls->push_back(call);
+    return result;
+  }
+  std::vector<std::string>* const calls;
+};
 
 // Tests `done` under the thread's mutex every millisecond until it holds, for at most 30
 // seconds. Returns whether it held.

@@ -10,7 +10,14 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <functional>
 #include <sstream>
+#include <string>
+#include <thread>
 
 #include "support/xml_error.h"
 #include "testing/file_text.h"
@@ -102,15 +109,59 @@ TEST(LockedLoad, FailedLoadLeavesNoDescriptorAndNoLock) {
   close(fd);
 }
 
-TEST(LockedLoad, WaitsForAnExclusiveHolderAndTakesASharedLock) {
+// Runs `operation` on a thread of its own while the test's own descriptor on `lock_file` holds
+// `held` (LOCK_SH or LOCK_EX) for up to `patience`. Returns whether the operation ended while
+// the lock was still held; once the holder lets go, it ends in any case.
+bool ends_while_held(const std::string& lock_file, int held, std::chrono::milliseconds patience,
+                     const std::function<void()>& operation) {
+  int holder = open(lock_file.c_str(), O_RDONLY | O_CREAT, 0644);
+  EXPECT_EQ(flock(holder, held), 0) << lock_file << ": " << strerror(errno);
+  std::atomic<bool> done{false};
+  std::thread other([&] {
+    EXPECT_NO_THROW(operation());
+    done = true;
+  });
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  while (!done && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  const bool ended = done;
+  close(holder);  // lets go of the lock
+  other.join();
+  EXPECT_TRUE(done);
+  return ended;
+}
+
+// Long enough for an operation that takes no lock or a compatible one to end; a busy machine
+// only makes an operation look waiting for longer.
+constexpr std::chrono::milliseconds kPause(300);
+// Long enough for an operation that is not held up to end even on a busy machine.
+constexpr std::chrono::milliseconds kPatience(30000);
+
+TEST(LockedLoad, WaitsBehindAnExclusiveHolder) {
+  TempDir dir;
+  testing::write_file(dir / "s.xml", "<r><a>1</a></r>");
+  XmlData data(dir / "s.lock");
+  EXPECT_FALSE(
+      ends_while_held(dir / "s.lock", LOCK_EX, kPause, [&] { data.LockedLoad(dir / "s.xml"); }));
+  EXPECT_EQ(XmlData::GetNodeText(data.GetRootNode(), "a", "-"), "1");
+}
+
+TEST(LockedLoad, TakesASharedLockThatAnotherReaderDoesNotBlock) {
   TempDir dir;
   testing::write_file(dir / "s.xml", "<r/>");
-  testing::write_file(dir / "s.lock", "");
-  int holder = open((dir / "s.lock").c_str(), O_RDONLY);
-  ASSERT_EQ(flock(holder, LOCK_SH), 0);  // another reader does not block a shared lock
   XmlData data(dir / "s.lock");
-  EXPECT_NO_THROW(data.LockedLoad(dir / "s.xml"));
-  close(holder);
+  EXPECT_TRUE(
+      ends_while_held(dir / "s.lock", LOCK_SH, kPatience, [&] { data.LockedLoad(dir / "s.xml"); }));
+}
+
+TEST(LockedSave, TakesAnExclusiveLockThatWaitsBehindAReader) {
+  Loaded loaded("<r><a>1</a></r>");
+  XmlData& data = loaded.data;
+  data.lock_path = loaded.dir / "s.lock";
+  EXPECT_FALSE(ends_while_held(data.lock_path, LOCK_SH, kPause,
+                               [&] { data.LockedSave(loaded.dir / "out.xml"); }));
+  EXPECT_NE(testing::read_file(loaded.dir / "out.xml").find("<a>1</a>"), std::string::npos);
 }
 
 TEST(LockedSave, WritesTheDocumentUnderTheLock) {

@@ -267,6 +267,26 @@ TEST_F(CExecTest, ChildKeepsListedDescriptorsAndAllFrom255) {
   for (int fd : {listed, unlisted, high_unlisted, high_listed}) close(fd);
 }
 
+TEST_F(CExecTest, ChildClosesDescriptor254AndKeeps255) {
+  // Both numbers must be free here, so that what the child shows is what the test put there.
+  for (int fd : {254, 255}) ASSERT_EQ(fcntl(fd, F_GETFD), -1) << fd << " is in use";
+  const int null_fd = open("/dev/null", O_RDONLY);
+  ASSERT_GE(null_fd, 0);
+  ASSERT_EQ(dup2(null_fd, 254), 254);
+  ASSERT_EQ(dup2(null_fd, 255), 255);
+  close(null_fd);
+
+  Args args{"/bin/sh", "-c", "ls /proc/$$/fd"};
+  CExec exec(args.program(), args.get());
+  std::ostringstream out;
+  EXPECT_EQ(exec.Execute(&out, {}), 0);
+  const std::set<int> fds = fds_from(out.str(), 250);
+  EXPECT_EQ(fds.count(254), 0u) << out.str();
+  EXPECT_EQ(fds.count(255), 1u) << out.str();
+  close(254);
+  close(255);
+}
+
 TEST_F(CExecTest, ChildInheritsTheIgnoredSigpipe) {
   Args args{"/bin/sh", "-c", "sed -n 's/^SigIgn:[[:space:]]*//p' /proc/$$/status"};
   CExec exec(args.program(), args.get());
