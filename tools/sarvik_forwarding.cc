@@ -2,6 +2,7 @@
 // central collector.
 #include <CLI/CLI.hpp>
 
+#include <exception>
 #include <iostream>
 #include <string>
 
@@ -47,9 +48,8 @@ int print_collector(const sarvik::forwarding::CollectorOptions& options) {
   return 0;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+// Parses the command line and prints the configuration it asks for; returns the exit status.
+int run(int argc, char** argv) {
   CLI::App app(
       "Prints the rsyslog configurations that ship the log keeper's logs to a central "
       "collector: the sender's for this appliance, or the collector's.",
@@ -64,7 +64,8 @@ int main(int argc, char** argv) {
       app.add_subcommand("sender",
                          "the configuration of an rsyslogd that follows this appliance's logs and "
                          "forwards them to the collector at HOST[:PORT] (default port 10514)");
-  sender->add_option("address", address, "the collector: HOST, HOST:PORT or [IPV6]:PORT")
+  sender->add_option("collector", address, "the collector: HOST, HOST:PORT or [IPV6]:PORT")
+      ->type_name("HOST[:PORT]")
       ->required();
   sender->add_flag("--relp", sender_relp, "forward over RELP instead of plain TCP");
   sender->add_option("--settings", settings, "the service's settings, for the log volume")
@@ -104,4 +105,14 @@ int main(int argc, char** argv) {
     return kUsageStatus;
   }
   return print_collector(collector_options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::exception& error) {
+    return fail(error.what());
+  }
 }
