@@ -29,6 +29,10 @@ lintian_status=0
 tags=$(lintian --fail-on error --display-info --tag-display-limit 0 "$deb" 2>&1) || lintian_status=$?
 grep -v '^running with root privileges' <<<"$tags" || true
 [ $lintian_status -eq 0 ] || fail "lintian reports errors"
+# The binaries are built with the distribution's hardening flags: any hardening tag is a fault.
+if grep -q 'hardening-' <<<"$tags"; then
+  fail "lintian reports binaries without the distribution's hardening"
+fi
 
 echo "--- contents"
 listing=$(dpkg-deb -c "$deb")
@@ -47,7 +51,7 @@ expect() {  # <mode string> <path>...
     fi
   done
 }
-expect -rwxr-xr-x usr/sbin/sarvik usr/sbin/sarvik-check usr/bin/sarvik-send \
+expect -rwxr-xr-x usr/sbin/sarvik usr/sbin/sarvik-check usr/bin/sarvik-send usr/bin/sarvik-log \
   usr/bin/sarvik-forwarding
 expect -rw-r--r-- usr/lib/systemd/system/sarvik.service \
   usr/lib/systemd/system/sarvik-forwarding.service \

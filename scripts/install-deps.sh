@@ -1,18 +1,22 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing, packaging and running the demo need, when
-# missing.
+# missing, and those named as arguments (a benchmark's tools).
 # As root it runs apt-get; otherwise it prints the command to run and fails.
 set -euo pipefail
 
 packages=(
   g++ cmake ninja-build pkg-config
   libxml++2.6-dev libglibmm-2.4-dev libxml2-dev
+  libcli11-dev libre2-dev nlohmann-json3-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   util-linux strace tzdata
   dpkg-dev file lintian groff-base man-db systemd procps
   clang libclang-rt-dev clang-format clang-tidy git
-  libcli11-dev nlohmann-json3-dev rsyslog rsyslog-relp
+  rsyslog rsyslog-relp
 )
+
+# Tools of a benchmark, named by its runner.
+packages+=("$@")
 
 missing=()
 for package in "${packages[@]}"; do

@@ -25,4 +25,17 @@ void AlertThread::add_hit(const std::string& name, const std::string& line) {
   unlock();
 }
 
+void AlertThread::set_notice_limits(const NoticeLimits& new_limits) {
+  lock();
+  limits = new_limits;
+  unlock();
+}
+
+NoticeLimits AlertThread::notice_limits() {
+  lock();
+  NoticeLimits copy = limits;
+  unlock();
+  return copy;
+}
+
 }  // namespace sarvik

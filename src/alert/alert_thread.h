@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "alert/thread.h"
+#include "settings/hardening.h"
 
 namespace sarvik {
 
@@ -35,9 +36,19 @@ class AlertThread : public Thread {
   // still held; nothing recovers from that.
   void add_hit(const std::string& name, const std::string& line);
 
+  // Replaces the limits of the notice scripts from the next batch on. Main thread, after each
+  // load of the settings; takes the mutex through lock() and unlock().
+  void set_notice_limits(const NoticeLimits& limits);
+  // A copy of those limits. Alert thread, once per batch and without the mutex held: takes it.
+  NoticeLimits notice_limits();
+
   // By rule name. An entry is created by the first hit of its name and never removed, so
   // iterators stay valid while the mutex is released. Guarded by the Thread mutex.
   std::map<std::string, AlertTally> tallies;
+
+ private:
+  // Only copies cross between the threads. Guarded by the Thread mutex.
+  NoticeLimits limits;
 };
 
 }  // namespace sarvik

@@ -19,12 +19,13 @@ constexpr int kMelodyError = 1;
 
 }  // namespace
 
-void handle_alert(const std::string& name, const std::vector<std::string>& lines) {
+void handle_alert(const std::string& name, const std::vector<std::string>& lines,
+                  const NoticeLimits& limits) {
   const std::string count = std::to_string(lines.size());
-  notify_eventlog(kEventAlertRaised, {{"name", name}, {"number", count}});
-  notify_buzzer(kMelodyError);
+  notify_eventlog(kEventAlertRaised, {{"name", name}, {"number", count}}, limits);
+  notify_buzzer(kMelodyError, limits);
   try {
-    MailNotice notice(paths::kMailScript);
+    MailNotice notice(paths::kMailScript, limits);
     const std::string subject = kAlertSubjectPrefix + name;
     // The lines go as they stand in the log; send_mail escapes them for the request.
     std::string body =
@@ -34,8 +35,8 @@ void handle_alert(const std::string& name, const std::vector<std::string>& lines
       std::cout << "handle_alert: no mail send.";  // no line end, as the service always printed it
       return;
     }
-    notify_mail_results(name, kEventMailSent, notice.sent_addresses);
-    notify_mail_results(name, kEventMailFailed, notice.failed_addresses);
+    notify_mail_results(name, kEventMailSent, notice.sent_addresses, limits);
+    notify_mail_results(name, kEventMailFailed, notice.failed_addresses, limits);
   } catch (...) {
     // Dropped without a message: notice settings that cannot be read end the alert here, with
     // no record for the addresses.
@@ -43,9 +44,9 @@ void handle_alert(const std::string& name, const std::vector<std::string>& lines
 }
 
 void notify_mail_results(const std::string& name, const std::string& code,
-                         const std::vector<std::string>& addresses) {
+                         const std::vector<std::string>& addresses, const NoticeLimits& limits) {
   for (const std::string& address : addresses) {
-    notify_eventlog(code, {{"name", name}, {"mail_address", address}});
+    notify_eventlog(code, {{"name", name}, {"mail_address", address}}, limits);
   }
 }
 

@@ -43,8 +43,8 @@ std::string access_operation(const ReqAccessLog& request) {
 std::string access_result(const ReqAccessLog& request, bool brief) {
   if (request.number_entry(kAccessStatus) != 0) return kResultOkWord;
   if (brief) return kResultFailWord;
-  return std::string(kResultFailWord) + " (" +
-         std::strerror(request.number_entry(kAccessErrorNumber)) + ")";
+  return std::string(kResultFailWord) + kReasonOpen +
+         std::strerror(request.number_entry(kAccessErrorNumber)) + kReasonClose;
 }
 
 std::string access_path(const ReqAccessLog& request, const std::string& share) {

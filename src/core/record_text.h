@@ -1,4 +1,4 @@
-// Record text: the constants that fields are made of, and the record time.
+// Record text: the joining of fields, and the record time.
 #ifndef SARVIK_CORE_RECORD_TEXT_H_
 #define SARVIK_CORE_RECORD_TEXT_H_
 
@@ -7,23 +7,9 @@
 #include <string>
 #include <string_view>
 
-namespace sarvik {
+#include "record/record_words.h"
 
-// Fields of a record are joined by a single comma and never quoted or escaped: a comma or a
-// line break inside a field goes into the line as it stands.
-inline constexpr char kFieldSeparator[] = ",";
-inline constexpr char kDateSeparator[] = "/";
-inline constexpr char kTimeSeparator[] = ":";
-// Direction prefixes of an access path, and what they add to the operation.
-inline constexpr char kReadPrefix[] = "r|";
-inline constexpr char kWritePrefix[] = "w|";
-inline constexpr char kReadSuffix[] = "_read";
-inline constexpr char kWriteSuffix[] = "_write";
-// Result words of an access record.
-inline constexpr char kResultOkWord[] = "ok";
-inline constexpr char kResultFailWord[] = "fail";
-// The access path that stands for the share itself.
-inline constexpr char kShareRootPath[] = ".";
+namespace sarvik {
 
 // The fields joined by kFieldSeparator, as they stand: the text of one record line.
 std::string join_fields(std::initializer_list<std::string_view> fields);

@@ -1,6 +1,8 @@
 // Walking the entries of a directory.
 #include "logstore/directory.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 
 namespace sarvik {
@@ -54,6 +56,13 @@ Directory::Directory(const std::string& path, const std::vector<std::string>& ig
   if (!path.empty()) handle = opendir(path.c_str());
 }
 
+Directory::Directory(int dir_fd, const std::vector<std::string>& ignore)
+    : handle(nullptr), ignore(ignore) {
+  if (dir_fd < 0) return;
+  handle = fdopendir(dir_fd);
+  if (handle == nullptr) close(dir_fd);  // not reported: the walk is simply empty
+}
+
 Directory::~Directory() {
   if (handle != nullptr) closedir(handle);
 }
@@ -61,5 +70,7 @@ Directory::~Directory() {
 DirEntryIterator Directory::begin() { return DirEntryIterator(handle, ignore); }
 
 DirEntryIterator Directory::end() { return DirEntryIterator(nullptr, {}); }
+
+int Directory::descriptor() const { return handle == nullptr ? -1 : dirfd(handle); }
 
 }  // namespace sarvik

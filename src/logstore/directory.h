@@ -61,12 +61,17 @@ class DirEntryIterator {
 class Directory {
  public:
   Directory(const std::string& path, const std::vector<std::string>& ignore);
+  // The entries of the directory already open as `dir_fd`, which the object takes over (and
+  // closes); -1 walks as an empty directory. Lets a caller open the directory its own way.
+  Directory(int dir_fd, const std::vector<std::string>& ignore);
   ~Directory();
   Directory(const Directory&) = delete;
   Directory& operator=(const Directory&) = delete;
 
   DirEntryIterator begin();
   DirEntryIterator end();
+  // The descriptor of the open directory, for calls relative to it; -1 when none is open.
+  int descriptor() const;
 
  private:
   std::string path;

@@ -1,4 +1,5 @@
 // One log on disk: deleting old files while the volume is short of space.
+#include <fcntl.h>
 #include <sys/statfs.h>
 #include <unistd.h>
 
@@ -8,7 +9,7 @@
 #include "logstore/log_file.h"
 #include "logstore/log_format.h"
 #include "logstore/log_names.h"
-#include "logstore/path.h"
+#include "logstore/safe_open.h"
 
 namespace sarvik {
 
@@ -28,23 +29,30 @@ uint64_t free_percent(const std::string& path) {
 // Free space is only the gate and age decides what goes. One pass removes every file that
 // qualifies and does not look at the space again. Directories of the log root are entered by the
 // date in their name alone; month directories are never removed, not even when empty.
+//
+// The walk goes from the opened directories by name and never through a link: it enters only
+// real directories and deletes only regular files, so a link planted in the tree neither leads
+// it elsewhere nor is deleted.
 void LogFile::expire_logs(time_t when) {
   if (!auto_delete.enable) return;
   if (auto_delete.percent < static_cast<int32_t>(free_percent(log_root))) return;
-  Directory root(log_root, DirEntryIterator::DefaultIgnoreList());
+  Directory root(open_directory_at(AT_FDCWD, log_root, /*create=*/false, 0),
+                 DirEntryIterator::DefaultIgnoreList());
   for (const dirent& entry : root) {
-    std::string path = join_path(log_root, entry.d_name);
-    if (!is_directory(path)) continue;
-    if (is_expired(when, entry.d_name)) expire_month_dir(when, path);
+    if (!is_directory_entry(root.descriptor(), entry.d_name)) continue;
+    if (is_expired(when, entry.d_name)) expire_month_dir(when, root.descriptor(), entry.d_name);
   }
 }
 
-void LogFile::expire_month_dir(time_t when, const std::string& dir) {
-  Directory month(dir, DirEntryIterator::DefaultIgnoreList());
+void LogFile::expire_month_dir(time_t when, int root_fd, const std::string& dir) {
+  Directory month(open_directory_at(root_fd, dir, /*create=*/false, 0),
+                  DirEntryIterator::DefaultIgnoreList());
   for (const dirent& entry : month) {
     if (!is_log_name(entry.d_name) || !is_expired(when, entry.d_name)) continue;
-    // Failure ignored: an entry that vanished or cannot go is passed over.
-    unlink(join_path(dir, entry.d_name).c_str());
+    if (!is_regular_entry(month.descriptor(), entry.d_name)) continue;
+    // Failure ignored: an entry that vanished or cannot go is passed over. Should a link replace
+    // the file after the test, unlinkat removes the link itself and never what it points to.
+    unlinkat(month.descriptor(), entry.d_name, 0);
   }
 }
 

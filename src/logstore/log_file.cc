@@ -1,11 +1,15 @@
 // One log on disk: writing lines and keeping the state file.
 #include "logstore/log_file.h"
 
-#include <sys/stat.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <ext/stdio_filebuf.h>
 
 #include "logstore/log_format.h"
 #include "logstore/log_state.h"
 #include "logstore/path.h"
+#include "logstore/safe_open.h"
 
 namespace sarvik {
 
@@ -44,15 +48,33 @@ void LogFile::load_info() {
 // Replaces the state file as a whole. Failures are ignored and change no field.
 void LogFile::save_info() { write_state(info_path, file_name, line_count); }
 
-// Results ignored on purpose: a failure surfaces as a failed open of the log file. The chmod is
-// what gives the directory its full mode whatever the file-creation mask says.
-void LogFile::ensure_dir(const std::string& path) {
-  if (path_exists(path)) return;
-  mkdir(path.c_str(), kDirMode);
-  chmod(path.c_str(), kDirMode);
+// Makes the log root and the month directory `month_dir` as needed and opens the file `name` in
+// it for appending, each step relative to the directory opened before, so that nothing a user
+// renames or links in between can redirect it. False when any of them cannot be opened.
+//
+// The standard file stream can open only a path, which would follow a link. So the descriptor is
+// opened here and handed to libstdc++'s __gnu_cxx::stdio_filebuf, a std::basic_filebuf that
+// takes a descriptor; its file is then swapped into the stream's own buffer, which from there on
+// owns and closes it exactly as if the stream had opened the file itself (is_open, close and the
+// destructor work unchanged).
+bool LogFile::open_appending(const std::string& month_dir, const std::string& name) {
+  ScopedFd root(open_directory_at(AT_FDCWD, log_root, /*create=*/true, kDirMode));
+  if (!root.valid()) return false;
+  ScopedFd month(open_directory_at(root.get(), month_dir, /*create=*/true, kDirMode));
+  if (!month.valid()) return false;
+  off_t size = 0;
+  int fd = open_log_file_at(month.get(), name, kFileMode, &size);
+  if (fd < 0) return false;
+  __gnu_cxx::stdio_filebuf<char> opened(fd, std::ios::out | std::ios::app);
+  if (!opened.is_open()) {
+    ::close(fd);
+    return false;
+  }
+  rdbuf()->swap(opened);
+  clear();
+  // The size at the open tells an empty file, which gets the byte-order mark.
+  if (size == 0) *this << kByteOrderMark << std::flush;
+  return true;
 }
-
-// Result ignored on purpose: a file with a narrower mode still takes lines.
-void LogFile::set_file_mode(const std::string& path) { chmod(path.c_str(), kFileMode); }
 
 }  // namespace sarvik

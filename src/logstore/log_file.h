@@ -20,6 +20,11 @@ namespace sarvik {
 // Built per request on the main thread and destroyed with it; takes no lock, and at most one
 // object per log may exist at a time. Failures of the file system never raise: they show as the
 // result 1 of write_line or go unnoticed.
+//
+// Every local user may write the log tree, and the service runs as root: below the base
+// directory it never follows a link, and it writes only to a regular file with one link. A link
+// or anything else standing where a directory or the log file belongs makes the file one that
+// cannot be opened. The base directory itself is the administrator's choice and may be a link.
 class LogFile : public std::basic_ofstream<char> {
  public:
   // Opens and touches nothing.
@@ -33,11 +38,10 @@ class LogFile : public std::basic_ofstream<char> {
   int write_line(time_t when, const std::string& line);
 
  private:
-  // State file and file system helpers (log_file.cc).
+  // State file and the opening of a log file (log_file.cc).
   void load_info();
   void save_info();
-  void ensure_dir(const std::string& path);
-  void set_file_mode(const std::string& path);
+  bool open_appending(const std::string& month_dir, const std::string& name);
 
   // Rotation (log_rotation.cc).
   void roll(time_t when);
@@ -45,7 +49,7 @@ class LogFile : public std::basic_ofstream<char> {
 
   // Expiry (log_expiry.cc).
   void expire_logs(time_t when);
-  void expire_month_dir(time_t when, const std::string& dir);
+  void expire_month_dir(time_t when, int root_fd, const std::string& dir);
   bool is_expired(time_t when, const std::string& name) const;
   bool is_log_name(const std::string& name) const;
   static long to_days(long seconds);

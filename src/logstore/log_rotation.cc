@@ -26,7 +26,8 @@ std::string LogFile::file_name_for(time_t when) {
 // opened; file_name and line_count then stay as they are.
 void LogFile::roll(time_t when) {
   if (file_name.empty()) load_info();
-  std::string dir = join_path(log_root, month_dir_for(when));
+  const std::string month = month_dir_for(when);
+  std::string dir = join_path(log_root, month);
   std::string name = file_name_for(when);
   std::string path = join_path(dir, name);
   // The existence test heals a current file deleted behind our back, by expiry or by hand: the
@@ -40,17 +41,7 @@ void LogFile::roll(time_t when) {
   }
   file_path = path;
   if (is_open()) return;
-  ensure_dir(log_root);
-  ensure_dir(dir);
-  // The C library places a stream opened for appending at the end of the file, so that a position
-  // of 0 means an empty file; `ate` would seek there a second time.
-  open(file_path, std::ios::out | std::ios::app);
-  if (!is_open()) {
-    file_path.clear();
-    return;
-  }
-  set_file_mode(file_path);
-  if (tellp() == 0) *this << kByteOrderMark << std::flush;
+  if (!open_appending(month, name)) file_path.clear();
 }
 
 }  // namespace sarvik

@@ -32,6 +32,10 @@ void write_all(int fd, const char* data, size_t size) {
 // at its end.
 constexpr size_t kReadChunk = 8191;
 
+// Added to every open of a state file: it is never reached through a link, and a FIFO put at its
+// name cannot hold the service.
+constexpr int kSafeFlags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+
 }  // namespace
 
 void parse_state(const std::string& text, std::string* file_name, int32_t* line_count) {
@@ -49,8 +53,9 @@ void parse_state(const std::string& text, std::string* file_name, int32_t* line_
 }
 
 void write_state(const std::string& path, const std::string& file_name, int32_t line_count) {
-  // The flags of a standard output stream opened for truncation; the mode is the stream's too.
-  int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+  // The flags of a standard output stream opened for truncation, and the stream's mode; a link at
+  // the path is refused, and a FIFO there refuses at once instead of waiting for a reader.
+  int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | kSafeFlags, 0666);
   if (fd < 0) return;
   std::string name_line = file_name + '\n';
   write_all(fd, name_line.data(), name_line.size());
@@ -60,7 +65,7 @@ void write_state(const std::string& path, const std::string& file_name, int32_t 
 }
 
 bool read_state_file(const std::string& path, std::string* text) {
-  int fd = open(path.c_str(), O_RDONLY);
+  int fd = open(path.c_str(), O_RDONLY | kSafeFlags);
   if (fd < 0) return false;
   text->clear();
   char chunk[kReadChunk];

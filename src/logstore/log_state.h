@@ -16,11 +16,12 @@ void parse_state(const std::string& text, std::string* file_name, int32_t* line_
 
 // Replaces the state file at `path` (created with mode 0666 before the umask) by `file_name` and
 // `line_count`, one line each, in two writes as a stream flushed after each line makes them.
-// Failures are not reported; the file is then left as the failed call left it.
+// Failures are not reported; the file is then left as the failed call left it. A link at `path`
+// is not followed: it makes the state one that cannot be written.
 void write_state(const std::string& path, const std::string& file_name, int32_t line_count);
 
 // The whole text of the state file at `path`, read as a stream would, through one open; false
-// when it cannot be opened.
+// when it cannot be opened, a link at `path` among the cases.
 bool read_state_file(const std::string& path, std::string* text);
 
 }  // namespace sarvik

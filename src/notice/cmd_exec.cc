@@ -35,9 +35,14 @@ int cmd_exec(const std::string& command, const std::vector<std::string>& args, s
 
 int cmd_exec_input(const std::string& command, char* const* argv, std::istream* input,
                    std::ostream* output, const char* error_text) {
+  return cmd_exec_input(command, argv, input, output, error_text, Vexil::ExecLimits{});
+}
+
+int cmd_exec_input(const std::string& command, char* const* argv, std::istream* input,
+                   std::ostream* output, const char* error_text, const Vexil::ExecLimits& limits) {
   return run_guarded(command, error_text, [&] {
     Vexil::CExec exec(argv[0], argv);
-    return exec.Execute(*input, output, /*keep_fds=*/{});
+    return exec.Execute(*input, output, /*keep_fds=*/{}, limits);
   });
 }
 

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "support/exec.h"
+
 namespace sarvik {
 
 // Each of these runs `argv[0]` (searched in the PATH) with `argv` as it stands, blocks the
@@ -30,6 +32,11 @@ int cmd_exec_input(const std::string& command, char* const* argv, std::istream* 
                    std::ostream* output, const char* error_text);
 int cmd_exec_input(const std::string& command, const std::vector<std::string>& args,
                    std::istream* input, std::ostream* output, const char* error_text);
+// The array form of cmd_exec_input within `limits` (see Vexil::CExec's bounded Execute); with no
+// limit set it is that very call. A child that runs out of time or writes more than its limit is
+// killed with its process group and raises CmdExecError with `exec_failed` true.
+int cmd_exec_input(const std::string& command, char* const* argv, std::istream* input,
+                   std::ostream* output, const char* error_text, const Vexil::ExecLimits& limits);
 
 }  // namespace sarvik
 

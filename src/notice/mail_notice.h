@@ -12,7 +12,8 @@ namespace sarvik {
 // The mail script and the result of the last send_mail, which the caller reads right after the
 // call; the next send_mail clears it. One thread at a time.
 struct MailNotice : NoticeScript {
-  explicit MailNotice(const std::string& script_path) : NoticeScript{script_path} {}
+  explicit MailNotice(const std::string& script_path, const NoticeLimits& limits = {})
+      : NoticeScript{script_path, limits} {}
 
   // The addresses of the profiles whose request succeeded.
   std::vector<std::string> sent_addresses;
@@ -24,7 +25,8 @@ struct MailNotice : NoticeScript {
 // of `body` standing for the profile's first address; subject, body and address are escaped.
 // Each profile's addresses go whole to `sent_addresses` or `failed_addresses`, and a failed
 // profile does not stop the next. Returns 0, or 1 when no profile wants the notice. A failure to
-// read the profiles raises, as read_mail_profiles does, and leaves both lists untouched.
+// read the profiles raises, as read_mail_profiles does, and leaves both lists untouched. The
+// notice's limits bound the scripts' runs and the wait for the profiles' lock.
 int send_mail(MailNotice& notice, const std::string& subject, const std::string& body);
 
 }  // namespace sarvik

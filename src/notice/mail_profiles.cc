@@ -11,9 +11,9 @@
 namespace sarvik {
 
 std::vector<MailProfile> read_mail_profiles(const std::string& settings_path,
-                                            const std::string& lock_path) {
+                                            const std::string& lock_path, int lock_wait_seconds) {
   XmlData settings(lock_path);
-  settings.LockedLoad(settings_path);
+  settings.LockedLoad(settings_path, lock_wait_seconds);
   std::vector<MailProfile> profiles;
   int index = 0;
   for (const Vexil::CDOMElement& conf :

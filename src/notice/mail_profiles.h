@@ -21,9 +21,11 @@ struct MailProfile {
 // notices, in document order. An empty result means the file was read and no profile wants the
 // notice: the lock's failures raise std::runtime_error ("Can't open", "Can't Lock"), a missing or
 // malformed file raises CXMLError. Waits without a time limit for a writer's exclusive lock.
-// Keeps no state; each call uses a document of its own.
+// With `lock_wait_seconds` above 0, waits at most that long and then raises "Can't Lock". Keeps
+// no state; each call uses a document of its own.
 std::vector<MailProfile> read_mail_profiles(const std::string& settings_path,
-                                            const std::string& lock_path);
+                                            const std::string& lock_path,
+                                            int lock_wait_seconds = 0);
 // The same for the appliance's notice settings file and its lock file.
 std::vector<MailProfile> read_mail_profiles();
 

@@ -10,6 +10,7 @@
 #include "notice/notice_dialect.h"
 #include "settings/xml_data.h"
 #include "support/fixed_paths.h"
+#include "support/xml_safe_text.h"
 
 namespace sarvik {
 
@@ -67,12 +68,19 @@ void judge_reply(const std::string& script_path, const std::string& reply) {
 }
 
 std::string send_request(const NoticeScript& script, const std::string& entry) {
-  std::stringstream request(fill_template(kDocumentTemplate, {entry}));
+  std::string document = fill_template(kDocumentTemplate, {entry});
+  // The whole document at once: its fixed parts are plain ASCII, so this reaches exactly the
+  // texts filled in.
+  if (script.limits.safe_text) document = xml_safe_text(document);
+  std::stringstream request(document);
   std::stringstream reply;
   std::string program = script.script_path;
   char* const argv[] = {program.data(), nullptr};
+  Vexil::ExecLimits run_limits;
+  run_limits.time_seconds = script.limits.script_seconds;
+  run_limits.output_bytes = script.limits.reply_bytes;
   // A non-zero status or a failed start raises from here, before the reply is looked at.
-  cmd_exec_input(script.script_path, argv, &request, &reply, "");
+  cmd_exec_input(script.script_path, argv, &request, &reply, "", run_limits);
   judge_reply(script.script_path, reply.str());
   return reply.str();
 }
@@ -86,17 +94,18 @@ std::string request_buzzer(const NoticeScript& script, int melody) {
   return send_request(script, fill_template(kBuzzerEntryTemplate, {kMelodies[melody]}));
 }
 
-void notify_eventlog(const std::string& code, const std::map<std::string, std::string>& args) {
+void notify_eventlog(const std::string& code, const std::map<std::string, std::string>& args,
+                     const NoticeLimits& limits) {
   try {
-    request_eventlog(NoticeScript{paths::kEventLogScript}, code, args);
+    request_eventlog(NoticeScript{paths::kEventLogScript, limits}, code, args);
   } catch (...) {
     // failure ignored: a missing event-log record must not stop the alert
   }
 }
 
-void notify_buzzer(int melody) {
+void notify_buzzer(int melody, const NoticeLimits& limits) {
   try {
-    request_buzzer(NoticeScript{paths::kBuzzerScript}, melody);
+    request_buzzer(NoticeScript{paths::kBuzzerScript, limits}, melody);
   } catch (...) {
     // failure ignored: a silent buzzer must not stop the alert
   }

@@ -5,11 +5,18 @@
 #include <map>
 #include <string>
 
+#include "settings/hardening.h"
+
 namespace sarvik {
 
-// Names a notification script, started with no arguments beyond its own path.
+// Names a notification script, started with no arguments beyond its own path, and the limits
+// that its runs keep (all off by default).
 struct NoticeScript {
+  explicit NoticeScript(const std::string& script_path, const NoticeLimits& limits = {})
+      : script_path(script_path), limits(limits) {}
+
   std::string script_path;
+  NoticeLimits limits;
 };
 
 // `text` with '&', '<' and '>' escaped; every other byte, quotes included, stays. Fit for
@@ -31,7 +38,10 @@ void judge_reply(const std::string& script_path, const std::string& reply);
 // Raises CmdExecError: as the command runner does when the script cannot be run or ends with a
 // non-zero status (then the reply is not looked at), and with the path and ": response
 // invalid!!" when the reply is not an XML document whose first "entrylist/entry" below the root
-// has "result" exactly "0". Blocks without a time limit while the script runs.
+// has "result" exactly "0". Blocks without a time limit while the script runs, unless the
+// script's limits set one; a script killed for its time or the size of its reply raises as one
+// that cannot be run. With the limits' safe_text, the request carries only text that XML 1.0
+// can (see xml_safe_text).
 std::string send_request(const NoticeScript& script, const std::string& entry);
 // An event-log record with `code` (not escaped) and `args`; raises as send_request.
 std::string request_eventlog(const NoticeScript& script, const std::string& code,
@@ -40,10 +50,11 @@ std::string request_eventlog(const NoticeScript& script, const std::string& code
 // send_request.
 std::string request_buzzer(const NoticeScript& script, int melody);
 
-// request_eventlog and request_buzzer on the appliance's scripts; every failure is dropped
-// without a trace.
-void notify_eventlog(const std::string& code, const std::map<std::string, std::string>& args);
-void notify_buzzer(int melody);
+// request_eventlog and request_buzzer on the appliance's scripts, run within `limits`; every
+// failure is dropped without a trace.
+void notify_eventlog(const std::string& code, const std::map<std::string, std::string>& args,
+                     const NoticeLimits& limits = {});
+void notify_buzzer(int melody, const NoticeLimits& limits = {});
 
 }  // namespace sarvik
 

@@ -1,6 +1,8 @@
 // One Unix-domain stream socket that moves packets: listener, client or accepted connection.
 #include "protocol/connection.h"
 
+#include <errno.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -94,14 +96,38 @@ int Connection::write_packet(const Packet& packet) {
   return write(fd, packet.data, packet.size) < 0 ? -1 : 0;
 }
 
-int Connection::read_packet(Packet& packet) {
+int Connection::read_packet(Packet& packet) { return read_packet_by(packet, nullptr); }
+
+int Connection::read_packet(Packet& packet, std::chrono::steady_clock::time_point deadline) {
+  return read_packet_by(packet, &deadline);
+}
+
+int Connection::read_packet_by(Packet& packet,
+                               const std::chrono::steady_clock::time_point* deadline) {
   uint8_t word[kLengthWordSize] = {0, 0};
+  if (deadline != nullptr && !readable_by(*deadline)) return -1;
   ssize_t got = read(fd, word, sizeof(word));
   if (got < 0) return -1;
   // A stream that ended before the whole length word reads as an empty packet.
   uint16_t length = got == kLengthWordSize ? read_be16(word) : 0;
+  if (deadline != nullptr && length != 0 && !readable_by(*deadline)) {
+    packet.set_size(0);  // the request never came whole: as if the client had sent nothing
+    return -1;
+  }
   packet.set_size(length);
   return read(fd, packet.data, packet.size) < 0 ? -1 : 0;
+}
+
+bool Connection::readable_by(std::chrono::steady_clock::time_point deadline) const {
+  for (;;) {
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    if (left.count() <= 0) return false;
+    pollfd peer{fd, POLLIN, 0};
+    const int ready = poll(&peer, 1, static_cast<int>(left.count()));
+    if (ready > 0) return true;  // data, the end of the stream or an error: read tells
+    if (ready < 0 && errno != EINTR) return true;  // let read report it
+  }
 }
 
 }  // namespace sarvik

@@ -4,6 +4,7 @@
 
 #include <sys/un.h>
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -48,11 +49,19 @@ class Connection {
   // Receives one packet with one read for the length word and one for the payload; a short read
   // counts as success. A stream that ends before a whole length word yields an empty packet.
   int read_packet(Packet& packet);
+  // read_packet that waits for the peer's bytes only until `deadline`: a packet not begun by
+  // then stays as it was, one whose payload has not begun is left empty (size 0), and both
+  // return -1. A payload that has begun is read as read_packet reads it, short or not.
+  int read_packet(Packet& packet, std::chrono::steady_clock::time_point deadline);
 
   int32_t connection_mode() const { return mode; }
 
  private:
   void close_socket();
+  // read_packet, waiting for the peer's bytes only until `deadline` unless it is null.
+  int read_packet_by(Packet& packet, const std::chrono::steady_clock::time_point* deadline);
+  // Whether bytes (or the end of the stream) can be read before `deadline`.
+  bool readable_by(std::chrono::steady_clock::time_point deadline) const;
 
   int fd;
   sockaddr_un addr;

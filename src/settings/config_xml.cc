@@ -52,7 +52,9 @@ ConfigXml::~ConfigXml() = default;
 
 void ConfigXml::reload() {
   alerts.clear();  // keeps the capacity
+  hardening = Hardening();
   LockedLoad(paths::kSettings);
+  hardening = read_hardening(GetRootNode());
 }
 
 ConfigXml::Kept& ConfigXml::kept_values() {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "settings/alert_info.h"
+#include "settings/hardening.h"
 #include "settings/xml_data.h"
 
 namespace sarvik {
@@ -49,6 +50,10 @@ class ConfigXml : public XmlData {
   // One rule from its "alert" element. Raises when it has no name with text; every other fault
   // is absorbed field by field, leaving that field at its default.
   AlertInfo parse_alert(Vexil::CDOMElement alert);
+
+  // The optional limits, read at each reload; all off before the first one and after a reload
+  // that failed.
+  Hardening hardening;
 
   // Path kind to the XPath of its element; kind 0 is the log volume.
   std::map<int, Glib::ustring> share_paths;

@@ -16,6 +16,13 @@ inline constexpr char kExpireDays[] = "expire/days";
 inline constexpr char kExpirePercent[] = "expire/percent";
 inline constexpr char kAlerts[] = "alertlist/alert";
 
+// The optional limits, each off while missing.
+inline constexpr char kClientTimeout[] = "hardening/clienttimeout";
+inline constexpr char kScriptTimeout[] = "hardening/scripttimeout";
+inline constexpr char kScriptReplyLimit[] = "hardening/scriptreplylimit";
+inline constexpr char kLockTimeout[] = "hardening/locktimeout";
+inline constexpr char kSafeText[] = "hardening/safetext";
+
 // Keys below one "alert" element.
 inline constexpr char kAlertName[] = "name";
 inline constexpr char kPeriod[] = "period";

@@ -16,8 +16,10 @@ XmlData::XmlData(const Glib::ustring& encoding, const std::string& lock_path)
 
 XmlData::~XmlData() = default;
 
-void XmlData::LockedLoad(const Glib::ustring& path) {
-  FileLock lock(lock_path, /*exclusive=*/false);
+void XmlData::LockedLoad(const Glib::ustring& path) { LockedLoad(path, /*lock_wait_seconds=*/0); }
+
+void XmlData::LockedLoad(const Glib::ustring& path, int lock_wait_seconds) {
+  FileLock lock(lock_path, /*exclusive=*/false, lock_wait_seconds);
   Load(path);
 }
 

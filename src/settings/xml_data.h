@@ -32,6 +32,9 @@ class XmlData : public Vexil::CDOMXmlDocument {
   // std::runtime_error "Can't open" or "Can't Lock" for the lock, CXMLError for the file.
   void LockedLoad(const Glib::ustring& path);
   void LockedSave(const Glib::ustring& path);
+  // LockedLoad that waits at most `lock_wait_seconds` for the shared lock and then raises "Can't
+  // Lock"; 0 or less waits without a limit, as LockedLoad does.
+  void LockedLoad(const Glib::ustring& path, int lock_wait_seconds);
 
   // The text of the element at `xpath` below `element`; `default_value` when it is missing or
   // has no text.

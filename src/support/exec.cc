@@ -81,13 +81,16 @@ int CExec::Execute(bool wait, bool with_stdin, const std::vector<int>& keep_fds)
   pid = fork();
   state = kRunning;
   if (pid == 0) RunChild(keep_fds);
+  // Set on both sides, so that the group exists before either goes on, whichever runs first.
+  if (own_group && pid > 0) setpgid(pid, pid);
   if (wait) Wait();
   return pid;
 }
 
 void CExec::RunChild(const std::vector<int>& keep_fds) {
-  // Between fork and exec only dup2 and close, which are safe also in the child of a threaded
-  // parent.
+  // Between fork and exec only setpgid, dup2 and close, which are safe also in the child of a
+  // threaded parent.
+  if (own_group) setpgid(0, 0);
   if (with_stdin) {
     dup2(in_pipe.read_fd, 0);
     close(in_pipe.read_fd);

@@ -2,14 +2,23 @@
 #ifndef SARVIK_SUPPORT_EXEC_H_
 #define SARVIK_SUPPORT_EXEC_H_
 
+#include <chrono>
+#include <cstddef>
 #include <istream>
 #include <ostream>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "support/exec_pipe.h"
 
 namespace Vexil {
+
+// Limits of one bounded exchange with a child; 0 leaves a limit off.
+struct ExecLimits {
+  int time_seconds = 0;     // from the start of the child to its end
+  size_t output_bytes = 0;  // what the child may write to its standard output
+};
 
 // Raised by CExec with one of three texts: "Already Called!", "param Error!", "wait Error!".
 class CExecError : public std::logic_error {
@@ -50,6 +59,15 @@ class CExec {
   // and closing that pipe. No output is read before all input is written, so a child that writes
   // more than a pipe holds before it has read all of its input blocks both sides.
   int Execute(std::istream& in, std::ostream* out, const std::vector<int>& keep_fds);
+  // Execute(in, out, keep_fds) within `limits`; with no limit set it is exactly that call.
+  // Otherwise the child runs in a process group of its own, its input is written while its
+  // output is read (so no size of either can block the exchange), and at most `output_bytes`
+  // reach `out`. When the time is up or the output goes beyond its limit, the whole group is
+  // killed (SIGKILL), the child is reaped, and "time limit exceeded!" or "output limit
+  // exceeded!" is raised; the object is then done with, and its destructor does not wait. A
+  // failed fork raises "fork Error!" the same way.
+  int Execute(std::istream& in, std::ostream* out, const std::vector<int>& keep_fds,
+              const ExecLimits& limits);
   // Waits for the child once; later calls repeat its exit code without a system call. Raises
   // "wait Error!" when never started or when waitpid fails.
   int Wait();
@@ -70,6 +88,13 @@ class CExec {
   [[noreturn]] void RunChild(const std::vector<int>& keep_fds);
   // Copies the child's output to `out` (or drains it) until end of file, then waits.
   int CollectOutput(std::ostream* out);
+  // The bounded exchange of a started child (exec_bounded.cc): writes `input`, copies the output
+  // to `out` within `limits` and waits until the deadline, which is unset without a time limit.
+  int ExchangeBounded(const std::string& input, std::ostream* out, const ExecLimits& limits);
+  // Waits for the child until `deadline` (when `timed`), then ends it as EndGroup does.
+  int WaitUntil(bool timed, std::chrono::steady_clock::time_point deadline);
+  // Kills the child's process group, reaps the child, and raises `why`.
+  [[noreturn]] void EndGroup(const char* why);
 
   CExecPipe out_pipe;  // the child's standard output
   CExecPipe in_pipe;   // the child's standard input
@@ -83,6 +108,7 @@ class CExec {
   bool use_env;
   int state = kNeverStarted;
   bool with_stdin = false;  // the last Execute asked for a pipe on standard input
+  bool own_group = false;   // the next child starts a process group of its own
   int exit_code = 0;
 };
 

@@ -14,8 +14,10 @@
 #include <unistd.h>
 
 #include <gtest/gtest.h>
+#include <libxml/parser.h>
 
 #include <cstdlib>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -24,6 +26,7 @@
 #include "harness/fault_fixture.h"
 #include "harness/notice_stubs.h"
 #include "harness/records.h"
+#include "harness/settings_file.h"
 #include "support/fixed_paths.h"
 #include "testing/file_text.h"
 #include "testing/notice_settings.h"
@@ -88,6 +91,28 @@ class NoticeFault : public FaultTest {
     EXPECT_EQ(marks_in("systemlog", prefix), numbered(prefix, count));
     EXPECT_EQ(marks_in("accesslog", prefix), numbered(prefix, count));
     EXPECT_EQ(marks_in("alertlog", prefix), numbered(prefix, count));
+  }
+
+  // Rewrites the settings with the rule and a "hardening" element of `children`; before start().
+  static void with_hardening(const std::string& children) {
+    Settings settings;
+    settings.alerts = alert_rule("watch");
+    settings.hardening = "<hardening>" + children + "</hardening>";
+    write_settings(settings);
+  }
+
+  // Waits until the alert thread, having taken a batch, waits again: the alert is over.
+  static bool wait_for_alert_end(DaemonProcess& daemon, std::chrono::seconds timeout = 200s) {
+    for (auto deadline = std::chrono::steady_clock::now() + timeout;;) {
+      const std::string out = daemon.stdout_text();
+      const size_t taken = out.find("alert_thread: try send mail\n");
+      if (taken != std::string::npos &&
+          out.find("alert_thread: waiting.\n", taken) != std::string::npos) {
+        return true;
+      }
+      if (std::chrono::steady_clock::now() >= deadline) return false;
+      std::this_thread::sleep_for(50ms);
+    }
   }
 
   // The event-log requests recorded so far that hold `code`.
@@ -259,6 +284,131 @@ TEST_F(NoticeFault, HangupStormWhileScriptsRunLosesNothing) {
   EXPECT_EQ(count_of(mails[0] + mails[1], ",open_read,"), 2 * kBatch);
   EXPECT_EQ(marks_in("alertlog", "hit-"), numbered("hit-", 2 * kBatch));
   EXPECT_GT(count_of(daemon.stdout_text(), "Reload config"), 100);
+}
+
+// Whether process `pid` has ended: gone, or a zombie left for its parent to reap.
+bool has_ended(pid_t pid) {
+  const std::string stat = read_file("/proc/" + std::to_string(pid) + "/stat");
+  return stat.empty() || stat.find(") Z") != std::string::npos;
+}
+
+// Whether `xml` is a well-formed XML document.
+bool well_formed(const std::string& xml) {
+  xmlDocPtr document = xmlReadMemory(xml.data(), static_cast<int>(xml.size()), nullptr, nullptr,
+                                     XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_NONET);
+  if (document == nullptr) return false;
+  xmlFreeDoc(document);
+  return true;
+}
+
+TEST_F(NoticeFault, ScriptTimeLimitEndsAHangingScriptWithWhatItStarted) {
+  // The event-log script records its request, starts a child of its own, notes both processes
+  // and waits for ever; the other scripts answer.
+  const std::string pids = "/mnt/data/hang.pids";
+  write_file(paths::kEventLogScript,
+             "#!/bin/sh\ncat >> /mnt/data/hang.requests\necho '<end/>' >> /mnt/data/hang.requests\n"
+             "sleep 600 &\necho $! >> " +
+                 pids + "\necho $$ >> " + pids + "\nwait\n",
+             0755);
+  with_hardening("<scripttimeout>2</scripttimeout>");
+  DaemonProcess& daemon = start();
+  send_hits("hit-", kBatch);
+  // The alert's record and the two mail records each meet the limit; between them the buzzer
+  // sounds and the mail goes.
+  ASSERT_TRUE(wait_for_alert_end(daemon, 120s));
+  const std::string requests = read_file("/mnt/data/hang.requests");
+  EXPECT_EQ(count_of(requests, kAlertRaised), 1);
+  EXPECT_EQ(count_of(requests, kMailSent), 2);
+  EXPECT_EQ(recorded_requests(paths::kBuzzerScript).size(), 1u);
+  EXPECT_EQ(recorded_requests(paths::kMailScript).size(), 1u);
+  std::istringstream noted(read_file(pids));
+  int ended = 0;
+  for (pid_t pid = 0; noted >> pid;) {
+    for (int i = 0; i < 100 && !has_ended(pid); ++i) std::this_thread::sleep_for(50ms);
+    EXPECT_TRUE(has_ended(pid)) << pid;
+    ++ended;
+  }
+  EXPECT_EQ(ended, 6);
+  expect_logging_goes_on("after-", 20);
+}
+
+TEST_F(NoticeFault, ReplyLimitFailsAFloodingScriptAndMemoryStaysSmall) {
+  // The mail script answers success followed by 200 MB.
+  write_file(paths::kMailScript,
+             "#!/bin/sh\ncat > /dev/null\n"
+             "printf '<reply><entrylist><entry result=\"0\"/></entrylist><pad>'\n"
+             "head -c 200000000 /dev/zero | tr '\\0' x\nprintf '</pad></reply>'\n",
+             0755);
+  with_hardening("<scriptreplylimit>1048576</scriptreplylimit>");
+  DaemonProcess& daemon = start();
+  send_hits("hit-", kBatch);
+  // The mail counts as failed for both addresses.
+  ASSERT_TRUE(wait_for_eventlog(kMailFailed, 2, 120s));
+  EXPECT_EQ(eventlog_count(kMailSent), 0);
+  EXPECT_LT(daemon.resident_kib(), 64 * 1024);
+  expect_logging_goes_on("after-", 20);
+}
+
+TEST_F(NoticeFault, LockLimitGivesUpOnAHeldLockAndTheNextMailGoes) {
+  int lock = open(paths::kNoticeSettingsLock, O_RDONLY | O_CREAT | O_CLOEXEC, 0644);
+  ASSERT_GE(lock, 0);
+  ASSERT_EQ(flock(lock, LOCK_EX), 0);
+  with_hardening("<locktimeout>2</locktimeout>");
+  DaemonProcess& daemon = start();
+  send_hits("hit-", kBatch);
+  // The alert is logged and the buzzer sounds; the profiles cannot be read in time, so the
+  // alert ends without mail, as when they cannot be read at all.
+  ASSERT_TRUE(wait_for_alert_end(daemon, 120s));
+  EXPECT_EQ(recorded_requests(paths::kBuzzerScript).size(), 1u);
+  EXPECT_TRUE(recorded_requests(paths::kMailScript).empty());
+  EXPECT_EQ(eventlog_count(kMailSent) + eventlog_count(kMailFailed), 0);
+  expect_logging_goes_on("meanwhile-", 20);
+  ASSERT_EQ(close(lock), 0);  // releases the lock
+  send_hits("again-", kBatch);
+  EXPECT_EQ(wait_for_requests(paths::kMailScript, 1).size(), 1u);
+  EXPECT_TRUE(wait_for_eventlog(kMailSent, 2));
+}
+
+// A hit whose path holds a control byte and bytes that are no UTF-8, after kBatch - 1 others.
+const std::string kBadPath = "r|bad\x01\xff\xfe.txt";
+
+class SafeText : public NoticeFault {
+ protected:
+  // Sends the batch with the bad hit last, and returns the mail request.
+  std::string mail_of_a_bad_record() {
+    send_hits("hit-", kBatch - 1);
+    EXPECT_EQ(exchange(access_record("bad", "pc1", "192.0.2.7", "open", 1, 0, "docs", kBadPath)),
+              kOkAnswer);
+    std::vector<std::string> mails = wait_for_requests(paths::kMailScript, 1);
+    return mails.empty() ? std::string() : mails[0];
+  }
+
+  // The alert log keeps the record's bytes whatever the request carried.
+  static void expect_alert_log_keeps_the_bytes() {
+    bool found = false;
+    for (const std::string& line : log_lines("alertlog", kLogVolume)) {
+      found = found || line.find("bad\x01\xff\xfe.txt") != std::string::npos;
+    }
+    EXPECT_TRUE(found);
+  }
+};
+
+TEST_F(SafeText, WithoutTheElementTheMailRequestCarriesTheRawBytes) {
+  start();
+  const std::string mail = mail_of_a_bad_record();
+  EXPECT_NE(mail.find("bad\x01\xff\xfe.txt"), std::string::npos);
+  EXPECT_FALSE(well_formed(mail));
+  expect_alert_log_keeps_the_bytes();
+}
+
+TEST_F(SafeText, WithSafeTextTheMailRequestIsWellFormedXml) {
+  with_hardening("<safetext enable=\"true\"/>");
+  start();
+  const std::string mail = mail_of_a_bad_record();
+  EXPECT_NE(mail.find("bad\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD.txt"), std::string::npos);
+  EXPECT_TRUE(well_formed(mail)) << mail;
+  EXPECT_TRUE(wait_for_eventlog(kMailSent, 2));
+  expect_alert_log_keeps_the_bytes();
 }
 
 }  // namespace

@@ -59,12 +59,19 @@ struct SettingsText {
       "<accesslogconf enable=\"true\"><sharelist all=\"true\"/><autodelete enable=\"false\"/>"
       "</accesslogconf>";
   std::vector<RuleText> rules;
+  // On the line behind "</alertlist>"; empty: no element and no line.
+  std::string hardening =
+      "<hardening><clienttimeout>5</clienttimeout><scripttimeout>300</scripttimeout>"
+      "<scriptreplylimit>1048576</scriptreplylimit><locktimeout>30</locktimeout>"
+      "<safetext enable=\"true\"/></hardening>";
 
   std::string to_xml() const {
     std::string xml = "<?xml version=\"1.0\"?>\n<config>\n  " + share + "\n  " + eventlog + "\n  " +
                       accesslog + "\n  <alertlist>\n";
     for (const RuleText& rule : rules) xml += rule.to_xml();
-    return xml + "  </alertlist>\n</config>\n";
+    xml += "  </alertlist>\n";
+    if (!hardening.empty()) xml += "  " + hardening + "\n";
+    return xml + "</config>\n";
   }
 };
 
@@ -189,8 +196,35 @@ std::vector<SettingsCase> settings_cases() {
   const std::string uninvertible =
       " is ignored: only 'period', 'usernamelist', 'hostname' and 'ipaddr' can be inverted";
 
+  SettingsText no_hardening;
+  no_hardening.hardening.clear();
+  SettingsText partial_hardening;
+  partial_hardening.hardening =
+      "<hardening><clienttimeout>0</clienttimeout><scripttimeout>300</scripttimeout>"
+      "<scriptreplylimit>1048576</scriptreplylimit><locktimeout>30</locktimeout></hardening>";
+
   return {
       {"CleanSettings", SettingsText(), {}, 0},
+      {"NoHardening",
+       no_hardening,
+       {"2: warning: 'hardening/clienttimeout' sets no limit: a client that connects and sends "
+        "nothing holds up all logging until it goes",
+        "2: warning: 'hardening/scripttimeout' sets no limit: a notice script that hangs holds up "
+        "every later alert while the waiting hits grow",
+        "2: warning: 'hardening/scriptreplylimit' sets no limit: a notice script's reply is read "
+        "whole into memory, however large",
+        "2: warning: 'hardening/locktimeout' sets no limit: any local user who holds the notice "
+        "settings' lock stops all mail",
+        "2: warning: 'hardening/safetext' is not enabled: a record with control bytes or bytes "
+        "that are no UTF-8 makes its mail request malformed, and its whole batch is not mailed"},
+       1},
+      {"HardeningWithALimitAtZeroAndNoSafeText",
+       partial_hardening,
+       {"8: warning: 'hardening/clienttimeout' sets no limit: a client that connects and sends "
+        "nothing holds up all logging until it goes",
+        "8: warning: 'hardening/safetext' is not enabled: a record with control bytes or bytes "
+        "that are no UTF-8 makes its mail request malformed, and its whole batch is not mailed"},
+       1},
       {"NoSharePath",
        settings_with(&SettingsText::share, ""),
        {"2: error: no 'share/path' text: every record that an enabled log takes fails (not logged, "

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "check/document_load.h"
+#include "check/hardening_check.h"
 #include "check/rule_check.h"
 #include "check/schema_check.h"
 #include "check/settings_schema.h"
@@ -120,6 +121,7 @@ void check_settings(FileDiagnostics& out) {
   check_against_schema(root, settings_schema(), out);
   check_shares(config, out);
   check_rules(config, out);
+  check_hardening(root, out);
 }
 
 }  // namespace sarvik::check

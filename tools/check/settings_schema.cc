@@ -78,6 +78,11 @@ Schema build_settings_schema() {
   enter_text(schema, keys::kShareNames, TextKind::kValue);
   enter_autodelete(schema, keys::kEventAutoDelete);
   enter_autodelete(schema, keys::kAccessAutoDelete);
+  for (const char* limit :
+       {keys::kClientTimeout, keys::kScriptTimeout, keys::kScriptReplyLimit, keys::kLockTimeout}) {
+    enter_text(schema, limit, TextKind::kNumber);
+  }
+  enter_attribute(schema, keys::kSafeText, keys::kEnable, AttributeKind::kSwitch);
   enter_alert(schema);
   return schema;
 }

@@ -55,12 +55,15 @@ std::vector<pid_t> children_of(pid_t parent) {
 
 }  // namespace
 
-DaemonProcess::DaemonProcess(const std::vector<std::string>& args) {
+DaemonProcess::DaemonProcess(const std::vector<std::string>& args)
+    : DaemonProcess(SARVIK_DAEMON_PATH, args) {}
+
+DaemonProcess::DaemonProcess(const std::string& program, const std::vector<std::string>& args) {
   prctl(PR_SET_CHILD_SUBREAPER, 1);
   int out_slave, err_slave;
   open_raw_pty(&out_master, &out_slave);
   open_raw_pty(&err_master, &err_slave);
-  std::vector<std::string> words{SARVIK_DAEMON_PATH};
+  std::vector<std::string> words{program};
   words.insert(words.end(), args.begin(), args.end());
   std::vector<char*> argv;
   for (std::string& word : words) argv.push_back(word.data());

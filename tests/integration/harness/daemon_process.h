@@ -26,6 +26,8 @@ using namespace std::chrono_literals;
 class DaemonProcess {
  public:
   explicit DaemonProcess(const std::vector<std::string>& args = {});
+  // Another program the same way, `program` its path: a tool that runs on, or wants a terminal.
+  DaemonProcess(const std::string& program, const std::vector<std::string>& args);
   ~DaemonProcess();
   DaemonProcess(const DaemonProcess&) = delete;
   DaemonProcess& operator=(const DaemonProcess&) = delete;

@@ -18,7 +18,9 @@ std::string Settings::to_xml() const {
   xml << "    <sharelist all=\"" << all_shares << "\">";
   for (const std::string& share : shares) xml << "<share><name>" << share << "</name></share>";
   xml << "</sharelist>\n    " << access_autodelete << "\n  </accesslogconf>\n";
-  xml << "  <alertlist>" << alerts << "</alertlist>\n</config>\n";
+  xml << "  <alertlist>" << alerts << "</alertlist>\n";
+  if (!hardening.empty()) xml << "  " << hardening << "\n";
+  xml << "</config>\n";
   return xml.str();
 }
 

@@ -20,7 +20,8 @@ struct Settings {
   std::vector<std::string> shares;
   std::string event_autodelete = "<autodelete enable=\"false\"/>";  // empty: none
   std::string access_autodelete = "<autodelete enable=\"false\"/>";
-  std::string alerts;  // the content of "alertlist"
+  std::string alerts;     // the content of "alertlist"
+  std::string hardening;  // the whole "hardening" element; empty: none
 
   std::string to_xml() const;
 };

@@ -224,5 +224,56 @@ TEST_F(NoticeRequestTest, ScriptThatDoesNotReadItsInputIsJudgedByStatusAndReply)
   EXPECT_EQ(deaf.runs(), 2);
 }
 
+// An executable shell script at `path` running `body`; its path.
+std::string write_script(const std::string& path, const std::string& body) {
+  testing::write_file(path, "#!/bin/sh\n" + body + "\n", 0755);
+  return path;
+}
+
+TEST_F(NoticeRequestTest, SafeTextReplacesWhatXmlCannotCarryInTheRequestOnly) {
+  stub.answer(testing::kOkReply);
+  NoticeLimits limits;
+  limits.safe_text = true;
+  request_eventlog(NoticeScript(stub.path(), limits), kEventAlertRaised,
+                   {{"name", std::string("a\x01"
+                                         "b\xFF"
+                                         "&c")}});
+  EXPECT_EQ(stub.request(1),
+            "<request><entrylist><entry type=\"add\"><eventlog><log><code>71100010</code>"
+            "<arglist><arg name=\"name\">a\xEF\xBF\xBD"
+            "b\xEF\xBF\xBD&amp;c</arg></arglist></log>"
+            "</eventlog></entry></entrylist></request>");
+  // Without it the bytes go as they stand.
+  request_eventlog(NoticeScript(stub.path()), kEventAlertRaised, {{"name", "a\x01"}});
+  EXPECT_NE(stub.request(2).find("a\x01</arg>"), std::string::npos);
+}
+
+TEST_F(NoticeRequestTest, AScriptBeyondItsTimeIsKilledAndFailsAsOneThatCannotRun) {
+  const std::string path = write_script(dir / "hang.py", "cat >/dev/null\nsleep 600");
+  NoticeLimits limits;
+  limits.script_seconds = 1;
+  try {
+    send_request(NoticeScript(path, limits), "<entry/>");
+    ADD_FAILURE() << "no CmdExecError";
+  } catch (const CmdExecError& e) {
+    EXPECT_TRUE(e.exec_failed);
+    EXPECT_EQ(std::string(e.what()), path + " time limit exceeded!");
+  }
+}
+
+TEST_F(NoticeRequestTest, AReplyBeyondItsLimitFailsAsOneThatCannotRun) {
+  const std::string path =
+      write_script(dir / "flood.py", "cat >/dev/null\nhead -c 10000000 /dev/zero");
+  NoticeLimits limits;
+  limits.reply_bytes = 4096;
+  try {
+    send_request(NoticeScript(path, limits), "<entry/>");
+    ADD_FAILURE() << "no CmdExecError";
+  } catch (const CmdExecError& e) {
+    EXPECT_TRUE(e.exec_failed);
+    EXPECT_EQ(std::string(e.what()), path + " output limit exceeded!");
+  }
+}
+
 }  // namespace
 }  // namespace sarvik

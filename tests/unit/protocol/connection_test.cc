@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include <string>
 
 #include "packet_bytes.h"
@@ -217,6 +219,50 @@ TEST(ConnectionPackets, ReadFailureLeavesThePacketAsItWas) {
   Packet received = packet_of({4, 5});
   EXPECT_EQ(reader.read_packet(received), -1);
   EXPECT_EQ(payload_of(received), (Bytes{4, 5}));
+}
+
+// A deadline a little ahead, for the reads that wait for the peer.
+std::chrono::steady_clock::time_point soon() {
+  return std::chrono::steady_clock::now() + std::chrono::milliseconds(200);
+}
+
+TEST(ConnectionDeadline, NothingSentByTheDeadlineLeavesThePacketAsItWas) {
+  SocketPair pair;
+  Connection reader(pair.release(1));
+  Packet received;
+  EXPECT_EQ(reader.read_packet(received, soon()), -1);
+  EXPECT_EQ(received.size, 0);
+}
+
+TEST(ConnectionDeadline, ALengthWordWithoutPayloadByTheDeadlineGivesAnEmptyPacket) {
+  SocketPair pair;
+  Connection reader(pair.release(1));
+  uint8_t word[2] = {0, 10};
+  ASSERT_EQ(write(pair.fds[0], word, sizeof(word)), 2);
+  Packet received;
+  EXPECT_EQ(reader.read_packet(received, soon()), -1);
+  EXPECT_EQ(received.size, 0);
+}
+
+TEST(ConnectionDeadline, APacketSentInTimeIsReadAsWithoutADeadline) {
+  SocketPair pair;
+  Connection reader(pair.release(1));
+  uint8_t bytes[5] = {0, 3, 'a', 'b', 'c'};
+  ASSERT_EQ(write(pair.fds[0], bytes, sizeof(bytes)), 5);
+  Packet received;
+  EXPECT_EQ(reader.read_packet(received, soon()), 0);
+  EXPECT_EQ(Bytes(received.data, received.data + received.size), (Bytes{'a', 'b', 'c'}));
+}
+
+TEST(ConnectionDeadline, AStreamThatEndsIsNoWait) {
+  SocketPair pair;
+  Connection reader(pair.release(1));
+  close(pair.release(0));
+  Packet received;
+  const auto started = std::chrono::steady_clock::now();
+  EXPECT_EQ(reader.read_packet(received, started + std::chrono::seconds(30)), 0);
+  EXPECT_EQ(received.size, 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
 }
 
 }  // namespace

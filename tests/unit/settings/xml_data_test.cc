@@ -164,6 +164,58 @@ TEST(LockedSave, TakesAnExclusiveLockThatWaitsBehindAReader) {
   EXPECT_NE(testing::read_file(loaded.dir / "out.xml").find("<a>1</a>"), std::string::npos);
 }
 
+TEST(LockedLoad, WithAWaitLimitGivesUpOnAHeldLockWithCantLock) {
+  TempDir dir;
+  testing::write_file(dir / "s.xml", "<r/>");
+  testing::write_file(dir / "s.lock", "");
+  int holder = open((dir / "s.lock").c_str(), O_RDONLY);
+  ASSERT_EQ(flock(holder, LOCK_EX), 0);
+  XmlData data(dir / "s.lock");
+  const auto started = std::chrono::steady_clock::now();
+  try {
+    data.LockedLoad(dir / "s.xml", /*lock_wait_seconds=*/1);
+    ADD_FAILURE() << "loaded under a held lock";
+  } catch (const std::runtime_error& e) {
+    EXPECT_STREQ(e.what(), "Can't Lock");
+  }
+  const auto waited = std::chrono::steady_clock::now() - started;
+  EXPECT_GE(waited, std::chrono::milliseconds(900));
+  EXPECT_LT(waited, std::chrono::seconds(10));
+  close(holder);
+}
+
+TEST(LockedLoad, WithAWaitLimitTakesALockThatIsFreedInTime) {
+  TempDir dir;
+  testing::write_file(dir / "s.xml", "<r/>");
+  testing::write_file(dir / "s.lock", "");
+  int holder = open((dir / "s.lock").c_str(), O_RDONLY);
+  ASSERT_EQ(flock(holder, LOCK_EX), 0);
+  std::thread releaser([holder] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    close(holder);
+  });
+  XmlData data(dir / "s.lock");
+  EXPECT_NO_THROW(data.LockedLoad(dir / "s.xml", /*lock_wait_seconds=*/30));
+  releaser.join();
+}
+
+TEST(LockedLoad, LinkOrFifoAtTheLockPathIsALockFileThatCannotBeOpened) {
+  TempDir dir;
+  testing::write_file(dir / "s.xml", "<r/>");
+  ASSERT_EQ(symlink((dir / "elsewhere").c_str(), (dir / "link.lock").c_str()), 0);
+  ASSERT_EQ(mkfifo((dir / "fifo.lock").c_str(), 0644), 0);
+  for (const char* name : {"link.lock", "fifo.lock"}) {
+    XmlData data(dir / name);
+    try {
+      data.LockedLoad(dir / "s.xml");
+      ADD_FAILURE() << name;
+    } catch (const std::runtime_error& e) {
+      EXPECT_STREQ(e.what(), "Can't open") << name;
+    }
+  }
+  EXPECT_FALSE(testing::exists(dir / "elsewhere"));
+}
+
 TEST(LockedSave, WritesTheDocumentUnderTheLock) {
   Loaded loaded("<r><a>1</a></r>");
   XmlData& data = loaded.data;

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <initializer_list>
 #include <set>
 #include <sstream>
@@ -352,6 +353,99 @@ TEST_F(CExecDeathTest, FailedWaitEndsTheProcessWhenTheObjectLeavesScope) {
         }
       },
       "Execute raised wait Error!.*wait Error!");
+}
+
+// Whether process `pid` has ended: gone, or a zombie waiting for its new parent to reap it.
+bool has_ended(pid_t pid) {
+  const std::string stat = read_file("/proc/" + std::to_string(pid) + "/stat");
+  return stat.empty() || stat.find(") Z") != std::string::npos;
+}
+
+bool ends_soon(pid_t pid) {
+  for (int i = 0; i < 500 && !has_ended(pid); ++i) usleep(10000);
+  return has_ended(pid);
+}
+
+TEST_F(CExecTest, BoundedExchangeMovesMoreThanAPipeHoldsBothWays) {
+  Args args{Script("echo", "cat")};
+  CExec exec(args.program(), args.get());
+  const std::string input(300000, 'x');
+  std::istringstream in(input);
+  std::ostringstream out;
+  Vexil::ExecLimits limits;
+  limits.time_seconds = 60;
+  EXPECT_EQ(exec.Execute(in, &out, {}, limits), 0);
+  EXPECT_EQ(out.str(), input);
+}
+
+TEST_F(CExecTest, BoundedExchangeWithoutLimitsIsThePlainOne) {
+  Args args{Script("status", "cat >/dev/null; echo done; exit 3")};
+  CExec exec(args.program(), args.get());
+  std::istringstream in("request");
+  std::ostringstream out;
+  EXPECT_EQ(exec.Execute(in, &out, {}, Vexil::ExecLimits{}), 3);
+  EXPECT_EQ(out.str(), "done\n");
+}
+
+TEST_F(CExecTest, TimeLimitKillsTheChildAndEverythingItStarted) {
+  const std::string pids = dir / "pids";
+  Args args{Script("hang", "sleep 600 &\necho $! > " + pids + ".part\necho $$ >> " + pids +
+                               ".part\nmv " + pids + ".part " + pids + "\nwait")};
+  CExec exec(args.program(), args.get());
+  std::istringstream in("request");
+  std::ostringstream out;
+  Vexil::ExecLimits limits;
+  limits.time_seconds = 1;
+  const auto started = std::chrono::steady_clock::now();
+  try {
+    exec.Execute(in, &out, {}, limits);
+    ADD_FAILURE() << "no time limit";
+  } catch (const CExecError& e) {
+    EXPECT_STREQ(e.what(), "time limit exceeded!");
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
+  std::istringstream ids(read_file(pids));
+  pid_t background = 0;
+  pid_t script = 0;
+  ASSERT_TRUE(ids >> background >> script);
+  EXPECT_TRUE(ends_soon(script));
+  EXPECT_TRUE(ends_soon(background));
+}
+
+TEST_F(CExecTest, TimeLimitAlsoEndsAChildThatClosedItsOutput) {
+  Args args{Script("quiet", "exec >&-\nsleep 600")};
+  CExec exec(args.program(), args.get());
+  std::istringstream in("");
+  Vexil::ExecLimits limits;
+  limits.time_seconds = 1;
+  EXPECT_THROW(exec.Execute(in, nullptr, {}, limits), CExecError);
+}
+
+TEST_F(CExecTest, OutputBeyondItsLimitKillsTheChildAndKeepsMemoryBounded) {
+  Args args{Script("flood", "head -c 50000000 /dev/zero")};
+  CExec exec(args.program(), args.get());
+  std::istringstream in("");
+  std::ostringstream out;
+  Vexil::ExecLimits limits;
+  limits.output_bytes = 100000;
+  try {
+    exec.Execute(in, &out, {}, limits);
+    ADD_FAILURE() << "no output limit";
+  } catch (const CExecError& e) {
+    EXPECT_STREQ(e.what(), "output limit exceeded!");
+  }
+  EXPECT_LE(out.str().size(), limits.output_bytes);
+}
+
+TEST_F(CExecTest, OutputUpToItsLimitIsTaken) {
+  Args args{Script("exact", "head -c 100000 /dev/zero")};
+  CExec exec(args.program(), args.get());
+  std::istringstream in("");
+  std::ostringstream out;
+  Vexil::ExecLimits limits;
+  limits.output_bytes = 100000;
+  EXPECT_EQ(exec.Execute(in, &out, {}, limits), 0);
+  EXPECT_EQ(out.str().size(), 100000u);
 }
 
 }  // namespace
