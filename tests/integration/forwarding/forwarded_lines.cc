@@ -31,13 +31,13 @@ std::vector<LogLine> lines_on_volume(const std::string& volume) {
       std::string content = read_file(volume + "/" + file);
       size_t at = 0;
       while (at < content.size()) {
-        size_t end = content.find('\n', at);
+        // A line ends with CR LF; a line feed alone is part of a record's text.
+        size_t end = content.find("\r\n", at);
         if (end == std::string::npos) break;  // a line still being written
         std::string text = content.substr(at, end - at);
         if (at == 0 && text.rfind(kByteOrderMark, 0) == 0) text.erase(0, 3);
-        if (!text.empty() && text.back() == '\r') text.pop_back();
         lines.push_back(LogLine{log.kind, file, static_cast<long>(at), text});
-        at = end + 1;
+        at = end + 2;
       }
     }
   }

@@ -14,7 +14,7 @@ struct LogLine {
   std::string kind;  // "system", "access" or "alert"
   std::string file;  // below the volume: "accesslog/202611/access_20261123101500.csv"
   long offset;       // where the line starts in the file (the first line at 0, before the mark)
-  std::string text;  // without the file's byte-order mark and the CR LF
+  std::string text;  // without the file's byte-order mark and the CR LF, line feeds and all
 };
 
 // Every line of the three logs below `volume`, file by file in the order of their names.
