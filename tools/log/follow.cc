@@ -32,6 +32,18 @@ std::string key_of(const std::string& month, const std::string& name) { return m
 Follower::Follower(LogTree& tree, Problems& problems) : tree(tree), problems(problems) {}
 
 bool Follower::watch(std::string* error) {
+  // Ctrl-C ends following normally from the moment the first lines may come out, so the signals
+  // are taken over before any output: the threads that read the log inherit the blocked mask.
+  sigset_t stop;
+  sigemptyset(&stop);
+  sigaddset(&stop, SIGINT);
+  sigaddset(&stop, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &stop, nullptr);
+  signals = Descriptor(signalfd(-1, &stop, SFD_CLOEXEC));
+  if (!signals.valid()) {
+    *error = std::string("cannot follow the log: ") + strerror(errno);
+    return false;
+  }
   notify = Descriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
   if (!notify.valid()) {
     *error = std::string("cannot follow the log: ") + strerror(errno);
@@ -115,16 +127,6 @@ void Follower::read_new_lines(const std::string& month, const std::string& name,
 }
 
 void Follower::run(FileScanner& scanner, RecordSink& sink, std::string& pending, TextWriter& out) {
-  sigset_t stop;
-  sigemptyset(&stop);
-  sigaddset(&stop, SIGINT);
-  sigaddset(&stop, SIGTERM);
-  pthread_sigmask(SIG_BLOCK, &stop, nullptr);
-  Descriptor signals(signalfd(-1, &stop, SFD_CLOEXEC));
-  if (!signals.valid()) {
-    problems.fail(std::string("cannot follow the log: ") + strerror(errno));
-    return;
-  }
   // Files changed before the watches took effect for them are caught by one round over all.
   std::vector<std::pair<std::string, std::string>> changed = all_files();
   alignas(inotify_event) char events[64 * 1024];
