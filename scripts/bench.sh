@@ -35,13 +35,14 @@ scripts/install-deps.sh
 if [ "$build_dir" = build/bench ]; then
   scripts/build.sh build/bench -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSARVIK_TESTS=OFF >/dev/null
 else
-  cmake --build "$build_dir" --target sarvik e2e-load floor-min floor-io libs-floor >/dev/null
+  cmake --build "$build_dir" --target sarvik sarvik-forwarding e2e-load floor-min floor-io \
+    libs-floor >/dev/null
 fi
 
 results=build/bench-results
 rm -rf "$results"
 mkdir -p "$results"
 echo "records=$records reps=$reps rss_records=$rss_records" >"$results/settings.txt"
-unshare --mount --propagation private -- \
+unshare --mount --net --propagation private -- \
   bash bench/e2e/run.sh "$(cd "$build_dir" && pwd)" "$(pwd)/$results" "$records" "$reps" "$rss_records"
 bench/e2e/report.sh "$results" | tee "$results/table.md"

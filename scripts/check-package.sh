@@ -51,8 +51,12 @@ expect() {  # <mode string> <path>...
     fi
   done
 }
-expect -rwxr-xr-x usr/sbin/sarvik usr/sbin/sarvik-check usr/bin/sarvik-send usr/bin/sarvik-log
+expect -rwxr-xr-x usr/sbin/sarvik usr/sbin/sarvik-check usr/bin/sarvik-send usr/bin/sarvik-log \
+  usr/bin/sarvik-forwarding
 expect -rw-r--r-- usr/lib/systemd/system/sarvik.service \
+  usr/lib/systemd/system/sarvik-forwarding.service \
+  usr/share/doc/sarvik/examples/rsyslog/sarvik-sender.conf \
+  usr/share/doc/sarvik/examples/rsyslog/sarvik-collector.conf \
   usr/share/doc/sarvik/copyright usr/share/doc/sarvik/changelog.gz \
   usr/share/doc/sarvik/README.md \
   usr/share/doc/sarvik/examples/config-sarvik.xml usr/share/doc/sarvik/examples/config-notice.xml
@@ -83,11 +87,13 @@ logged=$(dpkg-parsechangelog -l "$changelog" -S Version)
 
 echo "--- systemd-analyze verify"
 # Its documentation check runs man, which finds the package's pages through MANPATH.
-if ! verdict=$(MANPATH=$root/usr/share/man systemd-analyze verify "$unit" 2>&1) ||
-  [ -n "$verdict" ]; then
-  echo "$verdict" >&2
-  fail "systemd-analyze verify does not accept the unit"
-fi
+for checked in "$unit" "$root/usr/lib/systemd/system/sarvik-forwarding.service"; do
+  if ! verdict=$(MANPATH=$root/usr/share/man systemd-analyze verify "$checked" 2>&1) ||
+    [ -n "$verdict" ]; then
+    echo "$verdict" >&2
+    fail "systemd-analyze verify does not accept $(basename "$checked")"
+  fi
+done
 
 if [ $failures -ne 0 ]; then
   echo "check-package: $failures problem(s) in $deb" >&2

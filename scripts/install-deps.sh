@@ -12,6 +12,7 @@ packages=(
   util-linux strace tzdata
   dpkg-dev file lintian groff-base man-db systemd procps
   clang libclang-rt-dev clang-format clang-tidy git
+  rsyslog rsyslog-relp
 )
 
 # Tools of a benchmark, named by its runner.

@@ -1,6 +1,6 @@
 // libs-floor: the memory of a process that loads the service's shared libraries and does nothing
-// else, the floor under the service's own. Prints the VmHWM line of its status and its private
-// memory (Private_Clean + Private_Dirty of its smaps_rollup) as "Private: N kB".
+// else, the floor under the service's own. Prints the VmHWM line of its status and the memory it
+// wrote (Private_Dirty of its smaps_rollup) as "Private: N kB".
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -15,11 +15,9 @@ int main() {
   std::ifstream rollup("/proc/self/smaps_rollup");
   long private_kb = 0;
   while (std::getline(rollup, line)) {
-    for (const char* key : {"Private_Clean:", "Private_Dirty:"}) {
-      const std::string prefix(key);
-      if (line.compare(0, prefix.size(), prefix) == 0) {
-        private_kb += std::atol(line.c_str() + prefix.size());
-      }
+    const std::string prefix("Private_Dirty:");
+    if (line.compare(0, prefix.size(), prefix) == 0) {
+      private_kb += std::atol(line.c_str() + prefix.size());
     }
   }
   std::cout << "Private: " << private_kb << " kB\n";

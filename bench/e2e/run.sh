@@ -15,8 +15,10 @@ declare -A command=(
   [sarvik-rules100]="$build/src/sarvik"
   [sarvik-expiry]="$build/src/sarvik"
   [sarvik-fire]="$build/src/sarvik"
+  [sarvik-forwarding]="$build/src/sarvik"
 )
-servers=(floor-min floor-io-min floor-io sarvik sarvik-rules100 sarvik-expiry sarvik-fire)
+servers=(floor-min floor-io-min floor-io sarvik sarvik-rules100 sarvik-expiry sarvik-fire
+  sarvik-forwarding)
 warmup=500
 
 variant_of() {
@@ -35,6 +37,12 @@ echo "<reply><entrylist><entry result=\"0\"/></entrylist></reply>"'
 notice='<?xml version="1.0"?>
 <config><mailnotice><mailconflist><mailconf enable="true"><notifylist><notify name="system" enable="true"/></notifylist><toaddrlist><toaddr>admin@example.org</toaddr></toaddrlist></mailconf></mailconflist></mailnotice></config>'
 
+# The network of the namespace: loopback for the forwarding; and the host's journal and syslog
+# socket out of reach, so that no rsyslogd of the benchmark logs there.
+ip link set lo up
+if [ -d /run/systemd/journal ]; then mount -t tmpfs tmpfs /run/systemd/journal; fi
+if [ -S /dev/log ] && [ ! -L /dev/log ]; then mount --bind /dev/null /dev/log; fi
+
 volumes_up() {
   for dir in /mnt /tmp /var/lock; do mount -t tmpfs -o mode=0755 tmpfs "$dir"; done
   chmod 1777 /tmp
@@ -51,10 +59,42 @@ volumes_down() {
   for dir in /var/lock /tmp /mnt; do umount -l "$dir"; done
 }
 
+# For the server sarvik-forwarding: a sender rsyslogd, run as nobody as the packaged unit runs
+# it, follows the logs and forwards them over RELP to a collector rsyslogd, both configured by
+# sarvik-forwarding.
+fwd=/tmp/forwarding
+sender_pid="" collector_pid=""
+start_forwarding() {
+  mkdir -p $fwd/sender $fwd/collector
+  chown 65534:65534 $fwd/sender
+  "$build/tools/sarvik-forwarding" collector --relp --dir $fwd/out --work-dir $fwd/collector \
+    >$fwd/collector.conf
+  "$build/tools/sarvik-forwarding" sender --relp --work-dir $fwd/sender 127.0.0.1 \
+    >$fwd/sender.conf
+  rsyslogd -n -iNONE -f $fwd/collector.conf >>"$results/forwarding.log" 2>&1 &
+  collector_pid=$!
+  setpriv --reuid=65534 --regid=65534 --clear-groups rsyslogd -n -iNONE -f $fwd/sender.conf \
+    >>"$results/forwarding.log" 2>&1 &
+  sender_pid=$!
+}
+
+stop_forwarding() {
+  [ -n "$sender_pid" ] || return 0
+  kill "$sender_pid" "$collector_pid"
+  wait "$sender_pid" "$collector_pid" 2>/dev/null || true
+  sender_pid="" collector_pid=""
+}
+
+# Lines at the collector so far.
+forwarded() { cat $fwd/out/*/*.jsonl 2>/dev/null | wc -l; }
+
+ticks_of() { awk '{ print $14 + $15 }' "/proc/$1/stat"; }
+
 server_pid=""
 # Starts server $1 on fresh volumes and waits until it answers.
 start_server() {
   volumes_up "$1"
+  [ "$1" = sarvik-forwarding ] && start_forwarding
   # shellcheck disable=SC2086
   ${command[$1]} >/dev/null 2>"$results/$1.stderr" &
   server_pid=$!
@@ -63,15 +103,33 @@ start_server() {
 }
 
 stop_server() {
+  stop_forwarding
   kill "$server_pid"
   wait "$server_pid" 2>/dev/null || true
   volumes_down
 }
 
-# One measured pass: prints the load generator's line prefixed by server and clients.
+# One measured pass: prints the load generator's line prefixed by server and clients. With the
+# forwarding, it waits until every record has reached the collector and adds the processor time
+# per record of the sender and of the collector, and the sender's peak resident memory.
 measure() {  # server clients
   start_server "$1"
-  echo "server=$1 $("$load" --records "$records" --clients "$2" --pid "$server_pid")"
+  if [ "$1" != sarvik-forwarding ]; then
+    echo "server=$1 $("$load" --records "$records" --clients "$2" --pid "$server_pid")"
+    stop_server
+    return
+  fi
+  for _ in $(seq 600); do [ "$(forwarded)" -ge $warmup ] && break; sleep 0.1; done
+  local sender_before collector_before line
+  sender_before=$(ticks_of "$sender_pid") collector_before=$(ticks_of "$collector_pid")
+  line=$("$load" --records "$records" --clients "$2" --pid "$server_pid")
+  for _ in $(seq 1200); do [ "$(forwarded)" -ge $((warmup + records)) ] && break; sleep 0.1; done
+  awk -v s="$(($(ticks_of "$sender_pid") - sender_before))" \
+    -v c="$(($(ticks_of "$collector_pid") - collector_before))" -v n="$records" \
+    -v hwm="$(awk '/VmHWM/ { print $2 }' "/proc/$sender_pid/status")" \
+    -v got="$(($(forwarded) - warmup))" -v line="server=$1 $line" 'BEGIN {
+      printf "%s sender_cpu_us=%.2f collector_cpu_us=%.2f sender_hwm_kb=%d forwarded=%d\n",
+        line, s * 10000 / n, c * 10000 / n, hwm, got }'
   stop_server
 }
 

@@ -16,14 +16,14 @@ struct Failure {
   double chance;
 };
 
-struct ActionSpec {
+struct ActionProfile {
   const char* operation;  // as the file service names it
   const char* prefix;     // direction prefix of the raw path
   std::vector<Failure> failures;
 };
 
-const ActionSpec& spec_of(int action) {
-  static const ActionSpec specs[] = {
+const ActionProfile& profile_of(int action) {
+  static const ActionProfile profiles[] = {
       {"open", "r|", {{EACCES, 0.015}, {ENOENT, 0.008}}},
       {"open", "w|", {{EACCES, 0.02}, {EBUSY, 0.004}, {ENOSPC, 0.0003}}},
       {"open", "r|", {{EACCES, 0.01}}},
@@ -33,7 +33,7 @@ const ActionSpec& spec_of(int action) {
       {"rmdir", "", {{ENOTEMPTY, 0.08}, {EACCES, 0.01}}},
       {"close", "", {}},
   };
-  return specs[action];
+  return profiles[action];
 }
 
 // Everything before the last slash: the folder of a file.
@@ -132,17 +132,17 @@ void AccessEvents::scan(time_t when, OpenFile* open) {
 
 void AccessEvents::set(Action action, const Person& person, const Share& share,
                        const std::string& path, OpenFile* open) {
-  const ActionSpec& spec = spec_of(action);
+  const ActionProfile& profile = profile_of(action);
   event.person = &person;
-  event.operation = spec.operation;
+  event.operation = profile.operation;
   event.share = &share.name;
-  event.raw_path = spec.prefix;
+  event.raw_path = profile.prefix;
   event.raw_path += path;
   if (share.restricted && !person.trusted && action != kClose && random.chance(0.6)) {
     event.status = 0;
     event.error_number = EACCES;
   } else {
-    for (const Failure& failure : spec.failures) {
+    for (const Failure& failure : profile.failures) {
       if (!random.chance(failure.chance)) continue;
       event.status = 0;
       event.error_number = failure.error_number;

@@ -25,7 +25,7 @@ const char* const kSurnames[] = {"bauer", "koch",  "wolf",  "meyer",  "schulz", 
                                  "lang",  "berg",  "kraus", "fuchs",  "hahn",   "lorenz", "simon",
                                  "braun", "frank", "weber", "becker", "keller", "huber"};
 
-struct ShareSpec {
+struct ShareProfile {
   const char* name;
   double weight;  // of an ordinary person's visits
   bool restricted;
@@ -33,8 +33,8 @@ struct ShareSpec {
   std::vector<const char*> top;  // first directories
 };
 
-const std::vector<ShareSpec>& share_specs() {
-  static const std::vector<ShareSpec> specs = {
+const std::vector<ShareProfile>& share_profiles() {
+  static const std::vector<ShareProfile> profiles = {
       {"docs", 25, false, 6000, {"contracts", "manuals", "minutes", "templates", "policies"}},
       {"projects",
        25,
@@ -47,7 +47,7 @@ const std::vector<ShareSpec>& share_specs() {
       {"scans", 5, false, 4000, {"2f", "3f", "fax"}},
       {"homes", 26, false, 3000, {"Documents", "Desktop", "Downloads", "Pictures"}},
   };
-  return specs;
+  return profiles;
 }
 
 const char* const kDirs[] = {"2024", "2025", "2026", "archive", "draft", "old",   "Q1",
@@ -108,17 +108,17 @@ Person make_person(Random& random, const std::string& login, int* desk, int* wif
   }
   person.trusted = random.chance(0.1);
   std::vector<double> weights;
-  for (const ShareSpec& spec : share_specs()) {
-    weights.push_back(spec.weight * (0.3 + 1.4 * random.unit()) *
-                      (spec.restricted && !person.trusted ? 0.05 : 1));
+  for (const ShareProfile& profile : share_profiles()) {
+    weights.push_back(profile.weight * (0.3 + 1.4 * random.unit()) *
+                      (profile.restricted && !person.trusted ? 0.05 : 1));
   }
   person.shares = WeightedPick(weights);
   return person;
 }
 
-std::string make_path(Random& random, const ShareSpec& spec) {
+std::string make_path(Random& random, const ShareProfile& profile) {
   static const WeightedPick depth({60, 30, 8, 2});
-  std::string path = spec.top[random.below(static_cast<uint32_t>(spec.top.size()))];
+  std::string path = profile.top[random.below(static_cast<uint32_t>(profile.top.size()))];
   for (size_t level = depth.pick(random); level > 0; --level) {
     path += "/";
     path += random.chance(kUnusualName) ? any_of(random, kUnusualDirs) : any_of(random, kDirs);
@@ -166,14 +166,14 @@ Vocabulary make_vocabulary(Random& random) {
   vocabulary.scanner = make_person(random, "scanner", &desk, &wifi);
   vocabulary.scanner.host = "MFP-2F";
   vocabulary.scanner.trusted = true;
-  for (const ShareSpec& spec : share_specs()) {
-    Share share{spec.name,
-                spec.restricted,
-                std::string(spec.name) == "homes",
+  for (const ShareProfile& profile : share_profiles()) {
+    Share share{profile.name,
+                profile.restricted,
+                std::string(profile.name) == "homes",
                 {},
-                WeightedPick(zipf_weights(spec.files, 0.9))};
-    share.paths.reserve(spec.files);
-    for (size_t i = 0; i < spec.files; ++i) share.paths.push_back(make_path(random, spec));
+                WeightedPick(zipf_weights(profile.files, 0.9))};
+    share.paths.reserve(profile.files);
+    for (size_t i = 0; i < profile.files; ++i) share.paths.push_back(make_path(random, profile));
     vocabulary.shares.push_back(std::move(share));
   }
   return vocabulary;

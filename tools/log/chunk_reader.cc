@@ -114,6 +114,9 @@ int64_t ChunkReader::read_forward(int fd, uint64_t offset, const Handler& handle
     }
     const char* whole_end = after_last_line_end(buffer.data() + start, buffer.data() + filled);
     if (whole_end == nullptr) continue;
+    // A line that ends before three bytes are in leaves no room for a mark at the start, and
+    // the same bytes further on are a record's own.
+    at_file_start = false;
     Chunk chunk{buffer.data() + start, whole_end, buffer_offset + start, /*cut=*/false};
     start = static_cast<size_t>(whole_end - buffer.data());
     if (!handle(chunk)) break;

@@ -32,6 +32,8 @@ std::string key_of(const std::string& month, const std::string& name) { return m
 Follower::Follower(LogTree& tree, Problems& problems) : tree(tree), problems(problems) {}
 
 bool Follower::watch(std::string* error) {
+  // Ctrl-C ends following normally from the moment the first lines may come out, so the signals
+  // are taken over before any output: the threads that read the log inherit the blocked mask.
   sigset_t stop;
   sigemptyset(&stop);
   sigaddset(&stop, SIGINT);

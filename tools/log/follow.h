@@ -23,17 +23,15 @@ class Follower {
  public:
   Follower(LogTree& tree, Problems& problems);
 
-  // Blocks SIGINT and SIGTERM for the calling thread, to be read by run(), and sets up the
-  // watches; false with a reason when inotify or the signal descriptor cannot be had. Called
-  // before anything is printed, so that an interrupt as soon as output shows ends following
-  // normally rather than killing the tool.
+  // Sets up the watches and blocks SIGINT and SIGTERM for the calling thread, to be read in
+  // `run`; false with a reason when inotify or signalfd cannot be used. Call before any output
+  // and before starting other threads.
   bool watch(std::string* error);
   // Where the first reading of a file ended.
   void read_up_to(const std::string& month, const std::string& name, const FileProgress& progress);
 
   // Reads new lines with `scanner` into `sink`, writing `pending` out through `out` after each
-  // round of changes, until SIGINT or SIGTERM arrives or the output cannot be written. Same
-  // thread as watch().
+  // round of changes, until SIGINT or SIGTERM arrives or the output cannot be written.
   void run(FileScanner& scanner, RecordSink& sink, std::string& pending, TextWriter& out);
 
  private:
@@ -48,7 +46,7 @@ class Follower {
   LogTree& tree;
   Problems& problems;
   Descriptor notify;
-  Descriptor signals;  // SIGINT and SIGTERM, blocked by watch()
+  Descriptor signals;  // SIGINT and SIGTERM, blocked since `watch`
   int log_watch = -1;
   int root_watch = -1;                          // while the log's directory does not exist
   std::map<int, std::string> month_watches;     // watch descriptor to month directory

@@ -6,9 +6,9 @@ namespace sarvik::log_query {
 namespace {
 
 // The head writes its text in batches of this size.
-constexpr size_t kBatch = 256 * 1024;
+constexpr size_t kBatch = size_t{256} * 1024;
 // A file ahead of the head holds at most this much text; then its worker waits for its turn.
-constexpr size_t kHeldMost = 8 * 1024 * 1024;
+constexpr size_t kHeldMost = size_t{8} * 1024 * 1024;
 
 }  // namespace
 

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int64_t kSecondsPerDay = 86400;
 // How far back a relative bound may reach: a hundred years is more than any log holds.
-constexpr int64_t kFurthestBack = 100 * 366 * kSecondsPerDay;
+constexpr int64_t kFurthestBack = int64_t{100} * 366 * kSecondsPerDay;
 
 // Reads `count` digits at `text` into `value`; false when one is no digit.
 bool read_digits(const char* text, int count, int* value) {

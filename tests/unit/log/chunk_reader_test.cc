@@ -124,6 +124,19 @@ TEST_F(ChunkReaderTest, AFileWithoutMarkOrRecordsGivesWhatItHas) {
             std::vector<std::string>{"x"});
 }
 
+TEST_F(ChunkReaderTest, OnlyTheFirstThreeBytesCanBeTheMark) {
+  // The mark's bytes behind a short first line are a record of their own in either direction.
+  std::string content =
+      "\r\n"
+      "\xEF\xBB\xBF\r\n";
+  const std::vector<std::string> records = {"", "\xEF\xBB\xBF"};
+  for (size_t block : {1, 2, 3, 64}) {
+    EXPECT_EQ(forward(content, block).records, records) << block;
+    EXPECT_EQ(backward(content, block), (std::vector<std::string>{records[1], records[0]}))
+        << block;
+  }
+}
+
 TEST_F(ChunkReaderTest, BackwardIsForwardReversedAtEveryBlockSize) {
   std::mt19937 random(7);
   const char alphabet[] = "ab,\r\n";
