@@ -7,10 +7,10 @@
 
 #include "access_events.h"
 #include "activity.h"
-#include "core/access_fields.h"
-#include "core/record_lines.h"
 #include "logstore/path.h"
 #include "protocol/request_data.h"
+#include "record/access_fields.h"
+#include "record/record_lines.h"
 #include "system_events.h"
 #include "tree_writer.h"
 #include "vocabulary.h"

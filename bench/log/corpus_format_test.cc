@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "core/record_text.h"
 #include "harness/command.h"
+#include "record/record_text.h"
 #include "testing/time_zone.h"
 #include "tree_text.h"
 

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "access_events.h"
-#include "core/access_fields.h"
+#include "record/access_fields.h"
 #include "vocabulary.h"
 
 namespace sarvik::corpus {

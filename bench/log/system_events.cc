@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "core/record_lines.h"
 #include "protocol/request_data.h"
+#include "record/record_lines.h"
 
 namespace sarvik::corpus {
 

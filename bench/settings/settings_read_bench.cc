@@ -35,7 +35,7 @@ void BM_SettingsReadsOfOneRequest(benchmark::State& state) {
     benchmark::DoNotOptimize(config.GetRootEnable(keys::kAccessLogConf, keys::kEnable));
     benchmark::DoNotOptimize(is_logged_share("docs", config));
     benchmark::DoNotOptimize(config.get_share_path());
-    benchmark::DoNotOptimize(config.GetAutoDelete(1));
+    benchmark::DoNotOptimize(config.GetAutoDelete(kAccessLogExpiry));
     benchmark::DoNotOptimize(config.get_alert_list().size());
   }
 }

@@ -26,7 +26,7 @@ void* alert_thread(void* self) {
     // The notice limits are taken anew for each batch, so a reload reaches the next one.
     scan_tallies(*worker, wall_clock_seconds,
                  [worker](const std::string& name, const std::vector<std::string>& lines) {
-                   handle_alert(name, lines, worker->notice_limits());
+                   handle_alert(name, lines, worker->notice_limits(), worker->notice_paths);
                  });
     worker->unlock();
   }

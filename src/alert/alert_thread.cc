@@ -1,11 +1,14 @@
 // The alert worker: construction and the queueing of hits.
 #include "alert/alert_thread.h"
 
+#include <utility>
+
 #include "alert/wall_clock.h"
 
 namespace sarvik {
 
-AlertThread::AlertThread(ThreadRoutine routine) : Thread(routine) {}
+AlertThread::AlertThread(ThreadRoutine routine, NoticePaths where)
+    : Thread(routine), notice_paths(std::move(where)) {}
 
 // The routine scans the tallies, also with the mutex released while it mails; it must have
 // returned before they are destroyed, which happens after this body.

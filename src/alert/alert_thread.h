@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "alert/thread.h"
+#include "notice/notice_paths.h"
 #include "settings/hardening.h"
 
 namespace sarvik {
@@ -26,8 +27,10 @@ struct AlertTally {
 // walks a destroyed map; a mail in progress is finished first.
 class AlertThread : public Thread {
  public:
-  // `routine` is what start() runs with this object.
-  explicit AlertThread(ThreadRoutine routine);
+  // `routine` is what start() runs with this object; alerts go to the scripts and use the notice
+  // settings of `where`. The service passes appliance_notice_paths(); without paths no alert can
+  // be delivered, which suits a worker that is never started.
+  explicit AlertThread(ThreadRoutine routine, NoticePaths where = {});
   ~AlertThread() override;
 
   // Queues `line` in the tally of `name`, creating it at the first hit, renews its last_time to
@@ -45,6 +48,9 @@ class AlertThread : public Thread {
   // By rule name. An entry is created by the first hit of its name and never removed, so
   // iterators stay valid while the mutex is released. Guarded by the Thread mutex.
   std::map<std::string, AlertTally> tallies;
+
+  // Set at construction and never changed, so any thread may read it without the mutex.
+  const NoticePaths notice_paths;
 
  private:
   // Only copies cross between the threads. Guarded by the Thread mutex.

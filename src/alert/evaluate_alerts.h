@@ -6,21 +6,20 @@
 #include <string>
 
 #include "alert/alert_thread.h"
+#include "record/access_fields.h"
 #include "settings/config_xml.h"
 
 namespace sarvik {
 
-// Tries the event against every rule in document order, without stopping at a hit. Each hit
-// writes `line` to the alert log at once (a line that cannot be written is not kept) and queues
-// it in the tally of the rule's name, which wakes the alert thread. `time` is the record's time,
-// the one formatted into `line`; `result` is "ok" or "fail". The alert log never expires.
-// Raises CXMLError for missing settings: the hits before stand, the rules after are not tried.
-// Main thread.
-void evaluate_alerts(time_t time, const std::string& username, const std::string& hostname,
-                     const std::string& ipaddr, const std::string& operation,
-                     const std::string& result, const std::string& sharename,
-                     const std::string& path, const std::string& line, ConfigXml& config,
-                     AlertThread& thread);
+// Tries the access record `fields`, logged at `time` as `line`, against every rule in document
+// order, without stopping at a hit. The rules see the fields as logged, but the result in its
+// brief form, "ok" or "fail", without the error text. Each hit writes `line` to the alert log at
+// once (a line that cannot be written is not kept) and queues it in the tally of the rule's
+// name, which wakes the alert thread. The alert log never expires. Raises CXMLError for missing
+// settings: the hits before stand, the rules after are not tried. The alert log keeps its state
+// files in `state_dir` (the service's is paths::kStateDir). Main thread.
+void evaluate_alerts(time_t time, const AccessFields& fields, const std::string& line,
+                     ConfigXml& config, AlertThread& thread, const std::string& state_dir);
 
 }  // namespace sarvik
 

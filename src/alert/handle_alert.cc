@@ -8,7 +8,6 @@
 #include "notice/event_codes.h"
 #include "notice/mail_notice.h"
 #include "notice/notice_request.h"
-#include "support/fixed_paths.h"
 
 namespace sarvik {
 
@@ -20,23 +19,25 @@ constexpr int kMelodyError = 1;
 }  // namespace
 
 void handle_alert(const std::string& name, const std::vector<std::string>& lines,
-                  const NoticeLimits& limits) {
+                  const NoticeLimits& limits, const NoticePaths& where) {
   const std::string count = std::to_string(lines.size());
-  notify_eventlog(kEventAlertRaised, {{"name", name}, {"number", count}}, limits);
-  notify_buzzer(kMelodyError, limits);
+  notify_eventlog(kEventAlertRaised, {{"name", name}, {"number", count}}, limits, where);
+  notify_buzzer(kMelodyError, limits, where);
   try {
-    MailNotice notice(paths::kMailScript, limits);
+    MailNotice notice(where, limits);
     const std::string subject = kAlertSubjectPrefix + name;
     // The lines go as they stand in the log; send_mail escapes them for the request.
     std::string body =
         kAlertBodyBeforeName + name + kAlertBodyAfterName + count + kAlertBodyAfterCount;
     for (const std::string& line : lines) body += line + "\n";
     if (send_mail(notice, subject, body) != 0) {
-      std::cout << "handle_alert: no mail send.";  // no line end, as the service always printed it
+      // No line end: sarvik(8) documents the text byte for byte, and whoever watches the
+      // output matches it in that form.
+      std::cout << "handle_alert: no mail send.";
       return;
     }
-    notify_mail_results(name, kEventMailSent, notice.sent_addresses, limits);
-    notify_mail_results(name, kEventMailFailed, notice.failed_addresses, limits);
+    notify_mail_results(name, kEventMailSent, notice.sent_addresses, limits, where);
+    notify_mail_results(name, kEventMailFailed, notice.failed_addresses, limits, where);
   } catch (...) {
     // Dropped without a message: notice settings that cannot be read end the alert here, with
     // no record for the addresses.
@@ -44,9 +45,10 @@ void handle_alert(const std::string& name, const std::vector<std::string>& lines
 }
 
 void notify_mail_results(const std::string& name, const std::string& code,
-                         const std::vector<std::string>& addresses, const NoticeLimits& limits) {
+                         const std::vector<std::string>& addresses, const NoticeLimits& limits,
+                         const NoticePaths& where) {
   for (const std::string& address : addresses) {
-    notify_eventlog(code, {{"name", name}, {"mail_address", address}}, limits);
+    notify_eventlog(code, {{"name", name}, {"mail_address", address}}, limits, where);
   }
 }
 

@@ -5,20 +5,13 @@
 #include <string>
 
 #include "alert/evaluate_alerts.h"
-#include "core/access_fields.h"
-#include "core/record_lines.h"
 #include "logstore/log_kinds.h"
+#include "record/access_fields.h"
+#include "record/record_lines.h"
 #include "settings/settings_keys.h"
 #include "support/fixed_paths.h"
 
 namespace sarvik {
-
-namespace {
-
-// Expiry settings of the access log.
-constexpr int kAccessAutoDelete = 1;
-
-}  // namespace
 
 void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThread& alerts) {
   if (!config.GetRootEnable(keys::kAccessLogConf, keys::kEnable)) return;
@@ -29,12 +22,10 @@ void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThre
   AccessFields fields = access_fields(request, share);
   std::string line = access_line(now, fields);
   LogFile log = make_log_file(kAccessLog, config.get_share_path(), paths::kStateDir);
-  log.auto_delete = config.GetAutoDelete(kAccessAutoDelete);
+  log.auto_delete = config.GetAutoDelete(kAccessLogExpiry);
   // Result ignored: unlike a system record, an access record that cannot be written is dropped.
   log.write_line(now, line);
-  // The rules see the same texts, but the result in its brief form, without the error text.
-  evaluate_alerts(now, fields.user, fields.host, fields.ipaddr, fields.operation,
-                  access_result(request, /*brief=*/true), share, fields.path, line, config, alerts);
+  evaluate_alerts(now, fields, line, config, alerts, paths::kStateDir);
 }
 
 }  // namespace sarvik

@@ -14,6 +14,7 @@
 #include "core/error_report.h"
 #include "core/reload_flag.h"
 #include "core/system_log_handler.h"
+#include "notice/notice_paths.h"
 #include "protocol/connection.h"
 #include "protocol/request_data.h"
 #include "protocol/wire.h"
@@ -34,7 +35,9 @@ void load_settings(ConfigXml& config, AlertThread& alerts) {
 // that fails is not tried again before the next SIGHUP.
 void reload_if_requested(ConfigXml& config, AlertThread& alerts) {
   if (!reload_requested) return;
-  std::cout << "Reload config";  // no line end and no flush, as the service always printed it
+  // No line end and no flush, as sarvik(8) documents it: the text shows in front of the next
+  // message, which tells how the reload went.
+  std::cout << "Reload config";
   reload_requested = 0;
   load_settings(config, alerts);
 }
@@ -114,9 +117,11 @@ void serve_next(Connection& listener, ConfigXml& config, AlertThread& alerts,
 }  // namespace
 
 void server_main() {
-  ConfigXml config;
+  ConfigXml config{std::string(paths::kSettings)};
   Connection listener(paths::kSocket);  // the socket comes with the first accept
-  AlertThread alerts(alert_thread);     // not started: nothing is delivered before the settings
+  AlertThread alerts(
+      alert_thread,
+      appliance_notice_paths());  // not started: nothing is delivered before the settings
   // A service that cannot read its settings ends here and never appears on its socket; the
   // worker that was never started is destroyed without a join.
   load_settings(config, alerts);

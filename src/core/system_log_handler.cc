@@ -4,19 +4,12 @@
 #include <list>
 #include <utility>
 
-#include "core/record_lines.h"
 #include "logstore/log_kinds.h"
+#include "record/record_lines.h"
 #include "settings/settings_keys.h"
 #include "support/fixed_paths.h"
 
 namespace sarvik {
-
-namespace {
-
-// Expiry settings of the system log.
-constexpr int kSystemAutoDelete = 0;
-
-}  // namespace
 
 void handle_system_log(const ReqSystemLog& request, ConfigXml& config) {
   // Lives for the whole process and only in memory: a restart loses what waits here.
@@ -25,7 +18,7 @@ void handle_system_log(const ReqSystemLog& request, ConfigXml& config) {
   if (!config.GetRootEnable(keys::kEventLogConf, keys::kEnable)) return;
   SystemRecord record = system_record(request);
   LogFile log = make_log_file(kSystemLog, config.get_share_path(), paths::kStateDir);
-  log.auto_delete = config.GetAutoDelete(kSystemAutoDelete);
+  log.auto_delete = config.GetAutoDelete(kSystemLogExpiry);
 
   pending_system_records.push_back(std::move(record));
   bool all_written = true;

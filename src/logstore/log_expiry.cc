@@ -1,6 +1,5 @@
 // One log on disk: deleting old files while the volume is short of space.
 #include <fcntl.h>
-#include <sys/statfs.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -13,19 +12,6 @@
 
 namespace sarvik {
 
-namespace {
-
-// Free blocks, those reserved for the superuser included, in percent of the volume, truncated.
-// A volume that cannot be examined counts as all free, and so does one that reports no blocks at
-// all (as an unlimited tmpfs does): nothing is deleted for want of a number.
-uint64_t free_percent(const std::string& path) {
-  struct statfs volume;
-  if (statfs(path.c_str(), &volume) != 0 || volume.f_blocks == 0) return 100;
-  return uint64_t{volume.f_bfree} * 100 / uint64_t{volume.f_blocks};
-}
-
-}  // namespace
-
 // Free space is only the gate and age decides what goes. One pass removes every file that
 // qualifies and does not look at the space again. Directories of the log root are entered by the
 // date in their name alone; month directories are never removed, not even when empty.
@@ -35,7 +21,7 @@ uint64_t free_percent(const std::string& path) {
 // it elsewhere nor is deleted.
 void LogFile::expire_logs(time_t when) {
   if (!auto_delete.enable) return;
-  if (auto_delete.percent < static_cast<int32_t>(free_percent(log_root))) return;
+  if (auto_delete.percent < static_cast<int32_t>(free_space(log_root))) return;
   Directory root(open_directory_at(AT_FDCWD, log_root, /*create=*/false, 0),
                  DirEntryIterator::DefaultIgnoreList());
   for (const dirent& entry : root) {

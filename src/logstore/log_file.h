@@ -9,6 +9,7 @@
 #include <string>
 
 #include "logstore/auto_delete.h"
+#include "logstore/free_space.h"
 
 namespace sarvik {
 
@@ -67,6 +68,9 @@ class LogFile : public std::basic_ofstream<char> {
   // The expiry settings; assigned by the caller before the first write_line. All zero (off) by
   // default, which is how the alert log keeps all its files.
   AutoDelete auto_delete;
+  // How the expiry pass learns the free space of the volume; the service keeps the default, a
+  // test may give a volume of any fullness.
+  FreeSpaceProbe free_space = volume_free_percent;
 };
 
 }  // namespace sarvik

@@ -1,7 +1,7 @@
 // Names of logs on disk: month directories and date stamps.
 #include "logstore/log_names.h"
 
-#include <stdio.h>
+#include "support/decimal_text.h"
 
 namespace sarvik {
 
@@ -26,25 +26,6 @@ int number_at(const std::string& digits, size_t pos, size_t length) {
 }
 
 }  // namespace
-
-void append_decimal(std::string* text, int value, int width) {
-  if (value < 0) {
-    // Rare enough for the general route; the sign counts towards the width there too.
-    char digits[16];
-    snprintf(digits, sizeof digits, "%0*d", width, value);
-    *text += digits;
-    return;
-  }
-  char digits[16];
-  char* end = digits + sizeof digits;
-  char* first = end;
-  do {
-    *--first = static_cast<char>('0' + value % 10);
-    value /= 10;
-  } while (value != 0);
-  for (int pad = width - static_cast<int>(end - first); pad > 0; --pad) *text += '0';
-  text->append(first, end);
-}
 
 std::string stamp_for(time_t when) {
   struct tm t = local_fields(when);

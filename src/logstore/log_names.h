@@ -13,9 +13,6 @@ namespace sarvik {
 inline constexpr size_t kMonthDigits = 6;
 inline constexpr size_t kStampDigits = 14;
 
-// Appends `value` in decimal with at least `width` digits, zeros in front, as printf's "%0*d".
-void append_decimal(std::string* text, int value, int width);
-
 // The date stamp of `when` in local time, YYYYMMDDhhmmss. The year has no fixed width, so a year
 // beyond 9999 makes the stamp longer.
 std::string stamp_for(time_t when);

@@ -3,7 +3,6 @@
 
 #include "notice/mail_profiles.h"
 #include "notice/notice_dialect.h"
-#include "support/fixed_paths.h"
 
 namespace sarvik {
 
@@ -21,8 +20,8 @@ std::string insert_first_address(const std::string& body, const std::string& fir
 }  // namespace
 
 int send_mail(MailNotice& notice, const std::string& subject, const std::string& body) {
-  const std::vector<MailProfile> profiles = read_mail_profiles(
-      paths::kNoticeSettings, paths::kNoticeSettingsLock, notice.limits.lock_seconds);
+  const std::vector<MailProfile> profiles =
+      read_mail_profiles(notice.settings_path, notice.settings_lock, notice.limits.lock_seconds);
   const std::string subject_x = escape_xml(subject);
   const std::string body_x = escape_xml(body);
   notice.sent_addresses.clear();

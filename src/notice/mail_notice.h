@@ -9,11 +9,17 @@
 
 namespace sarvik {
 
-// The mail script and the result of the last send_mail, which the caller reads right after the
-// call; the next send_mail clears it. One thread at a time.
+// The mail script and notice settings of `where`, and the result of the last send_mail, which
+// the caller reads right after the call; the next send_mail clears it. One thread at a time.
 struct MailNotice : NoticeScript {
-  explicit MailNotice(const std::string& script_path, const NoticeLimits& limits = {})
-      : NoticeScript{script_path, limits} {}
+  explicit MailNotice(const NoticePaths& where, const NoticeLimits& limits = {})
+      : NoticeScript{where.mail_script, limits},
+        settings_path(where.settings),
+        settings_lock(where.settings_lock) {}
+
+  // The notice settings with the mail profiles, read under a shared lock on `settings_lock`.
+  std::string settings_path;
+  std::string settings_lock;
 
   // The addresses of the profiles whose request succeeded.
   std::vector<std::string> sent_addresses;

@@ -6,7 +6,6 @@
 #include "notice/notice_keys.h"
 #include "settings/settings_keys.h"
 #include "settings/xml_data.h"
-#include "support/fixed_paths.h"
 
 namespace sarvik {
 
@@ -29,10 +28,6 @@ std::vector<MailProfile> read_mail_profiles(const std::string& settings_path,
     ++index;  // counts every profile, so the number stays the one the mail script knows
   }
   return profiles;
-}
-
-std::vector<MailProfile> read_mail_profiles() {
-  return read_mail_profiles(paths::kNoticeSettings, paths::kNoticeSettingsLock);
 }
 
 }  // namespace sarvik

@@ -26,8 +26,6 @@ struct MailProfile {
 std::vector<MailProfile> read_mail_profiles(const std::string& settings_path,
                                             const std::string& lock_path,
                                             int lock_wait_seconds = 0);
-// The same for the appliance's notice settings file and its lock file.
-std::vector<MailProfile> read_mail_profiles();
 
 }  // namespace sarvik
 

@@ -9,7 +9,6 @@
 #include "notice/cmd_exec_error.h"
 #include "notice/notice_dialect.h"
 #include "settings/xml_data.h"
-#include "support/fixed_paths.h"
 #include "support/xml_safe_text.h"
 
 namespace sarvik {
@@ -57,8 +56,8 @@ void judge_reply(const std::string& script_path, const std::string& reply) {
         Vexil::CDOMElement(document.GetRootNode().SelectSingleNode(kReplyEntry))
             .GetAttributeValue(kReplyResult);
     if (result.raw() != kReplyResultOk) {
-      // Kept on purpose: the handler below replaces this text, so a caller sees one message for
-      // a bad result and for a reply that cannot be read alike.
+      // The handler below replaces this text, so a caller sees one message for a bad result and
+      // for a reply that cannot be read alike: all a caller can act on is that the script failed.
       throw CmdExecError(script_path + kResultError + result.raw(), /*exec_failed=*/true,
                          /*exit_code=*/0);
     }
@@ -95,17 +94,17 @@ std::string request_buzzer(const NoticeScript& script, int melody) {
 }
 
 void notify_eventlog(const std::string& code, const std::map<std::string, std::string>& args,
-                     const NoticeLimits& limits) {
+                     const NoticeLimits& limits, const NoticePaths& where) {
   try {
-    request_eventlog(NoticeScript{paths::kEventLogScript, limits}, code, args);
+    request_eventlog(NoticeScript{where.eventlog_script, limits}, code, args);
   } catch (...) {
     // failure ignored: a missing event-log record must not stop the alert
   }
 }
 
-void notify_buzzer(int melody, const NoticeLimits& limits) {
+void notify_buzzer(int melody, const NoticeLimits& limits, const NoticePaths& where) {
   try {
-    request_buzzer(NoticeScript{paths::kBuzzerScript, limits}, melody);
+    request_buzzer(NoticeScript{where.buzzer_script, limits}, melody);
   } catch (...) {
     // failure ignored: a silent buzzer must not stop the alert
   }

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 
+#include "notice/notice_paths.h"
 #include "settings/hardening.h"
 
 namespace sarvik {
@@ -50,11 +51,11 @@ std::string request_eventlog(const NoticeScript& script, const std::string& code
 // send_request.
 std::string request_buzzer(const NoticeScript& script, int melody);
 
-// request_eventlog and request_buzzer on the appliance's scripts, run within `limits`; every
-// failure is dropped without a trace.
+// request_eventlog and request_buzzer on the scripts of `where` (the service's are
+// appliance_notice_paths()), run within `limits`; every failure is dropped without a trace.
 void notify_eventlog(const std::string& code, const std::map<std::string, std::string>& args,
-                     const NoticeLimits& limits = {});
-void notify_buzzer(int melody, const NoticeLimits& limits = {});
+                     const NoticeLimits& limits, const NoticePaths& where);
+void notify_buzzer(int melody, const NoticeLimits& limits, const NoticePaths& where);
 
 }  // namespace sarvik
 

@@ -25,9 +25,10 @@ void write_entries(const std::vector<Entry>& entries, uint8_t* buffer, uint16_t 
 
 // Replaces `entries` by views of the values in `buffer` of `size` bytes. The list ends at the
 // first entry that ends beyond `size`. The advance past an entry is its length plus two, kept in
-// 16 bits: a value length of 65534 advances by 0 and one of 65535 by 1, which is how the wire
-// format has always been read. Throws std::bad_alloc once the list holds more entries than the
-// buffer could possibly describe (a zero advance would otherwise grow it without end).
+// 16 bits: a value length of 65534 advances by 0 and one of 65535 by 1. Every reader of the wire
+// format splits a request so, and one that split it otherwise would see other entries. Throws
+// std::bad_alloc once the list holds more entries than the buffer could possibly describe (a zero
+// advance would otherwise grow it without end).
 void split_entries(const uint8_t* buffer, uint16_t size, std::vector<Entry>& entries);
 
 }  // namespace sarvik

@@ -49,12 +49,29 @@ class RequestData : public Packet {
   void take_if_type(const Packet& packet, uint16_t expected);
 };
 
+// Entries of a system request, by index, in the order the wire carries them. Entry 0 is the
+// request type.
+enum SystemEntry : size_t { kSystemTime = 1, kSystemText1 = 2, kSystemText2 = 3, kSystemText3 = 4 };
+
 // A system record: time as decimal text, then three free texts.
 class ReqSystemLog : public RequestData {
  public:
   explicit ReqSystemLog(const Packet& packet);
   ReqSystemLog(const char* time, const char* text1, const char* text2, const char* text3);
   using RequestData::operator=;
+};
+
+// Entries of an access request, by index, in the order the wire carries them. Entry 0 is the
+// request type.
+enum AccessEntry : size_t {
+  kAccessUser = 1,
+  kAccessHost = 2,
+  kAccessIpAddr = 3,
+  kAccessOperation = 4,
+  kAccessStatus = 5,
+  kAccessErrorNumber = 6,
+  kAccessShare = 7,
+  kAccessPath = 8,
 };
 
 // A file-access record of the file service.

@@ -2,6 +2,7 @@
 #include "record/record_time.h"
 
 #include "record/record_words.h"
+#include "support/decimal_text.h"
 
 namespace sarvik {
 
@@ -37,11 +38,6 @@ int64_t days_from_civil(int64_t year, int month, int day) {
   return era * 146097 + day_of_era - 719468;
 }
 
-void append_two_digits(std::string* text, int value) {
-  *text += static_cast<char>('0' + value / 10);
-  *text += static_cast<char>('0' + value % 10);
-}
-
 }  // namespace
 
 bool is_valid_civil_time(const CivilTime& time) {
@@ -69,22 +65,25 @@ bool read_record_time(std::string_view text, CivilTime* time) {
   return true;
 }
 
+void append_record_time(std::string* text, const CivilTime& time) {
+  append_decimal(text, time.year, 0);
+  *text += kDateSeparator;
+  append_decimal(text, time.month, 2);
+  *text += kDateSeparator;
+  append_decimal(text, time.day, 2);
+  *text += ' ';
+  append_decimal(text, time.hour, 2);
+  *text += kTimeSeparator;
+  append_decimal(text, time.minute, 2);
+  *text += kTimeSeparator;
+  append_decimal(text, time.second, 2);
+}
+
 std::string record_time_text(const CivilTime& time) {
   if (time.year < 1000 || time.year > 9999) return "";
   std::string text;
   text.reserve(kRecordTimeLength);
-  append_two_digits(&text, time.year / 100);
-  append_two_digits(&text, time.year % 100);
-  text += kDateSeparator;
-  append_two_digits(&text, time.month);
-  text += kDateSeparator;
-  append_two_digits(&text, time.day);
-  text += ' ';
-  append_two_digits(&text, time.hour);
-  text += kTimeSeparator;
-  append_two_digits(&text, time.minute);
-  text += kTimeSeparator;
-  append_two_digits(&text, time.second);
+  append_record_time(&text, time);
   return text;
 }
 

@@ -33,8 +33,12 @@ bool is_valid_civil_time(const CivilTime& time);
 // untouched then. What follows the time is not looked at.
 bool read_record_time(std::string_view text, CivilTime* time);
 
-// The record time text of `time`; a year outside 1000 to 9999 has no text of the fixed length
-// and gives an empty string.
+// Appends the record time text of `time`: the year without a fixed width, then month, day, hour,
+// minute and second with two digits each, "2017/03/04 12:34:56". Every line of a log starts so,
+// and this is the one writer of that text.
+void append_record_time(std::string* text, const CivilTime& time);
+// The record time text of `time` when its year has four digits, the text then of the fixed
+// length kRecordTimeLength that readers compare byte for byte; an empty string for other years.
 std::string record_time_text(const CivilTime& time);
 
 // Seconds from 1970-01-01 00:00:00 to `time` on the calendar alone, every day 86400 seconds

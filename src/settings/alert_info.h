@@ -41,9 +41,8 @@ class AlertInfo {
   // for instance, is stored as it stands.
   void set_period(bool period_not, HourMinute from, HourMinute to);
 
-  // The rule test. These members are defined by the alert subsystem (alert/alert_match.cc), which
-  // owns the matching; the settings own only the record. All are pure functions of the record,
-  // the arguments and the local time zone.
+  // The rule test, defined in alert_match.cc. All are pure functions of the record, the
+  // arguments and the local time zone, so any thread may call them on a rule it can read.
 
   // True when the event fires the rule: period, user, host, address, operation, result, share
   // and path, in this order, the first failing condition ending the test. `username` is expected

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "settings/settings_keys.h"
-#include "support/fixed_paths.h"
 #include "support/tree_generation.h"
 
 namespace sarvik {
@@ -33,6 +32,11 @@ constexpr char kReservedShare[] = "IPC$";
 
 }  // namespace
 
+ConfigXml::ConfigXml(std::string settings_path)
+    : XmlData(std::string()), settings_path(std::move(settings_path)) {
+  fill_tables();
+}
+
 ConfigXml::ConfigXml() : XmlData(std::string()) { fill_tables(); }
 
 ConfigXml::ConfigXml(const Glib::ustring& encoding) : XmlData(encoding, std::string()) {
@@ -53,7 +57,7 @@ ConfigXml::~ConfigXml() = default;
 void ConfigXml::reload() {
   alerts.clear();  // keeps the capacity
   hardening = Hardening();
-  LockedLoad(paths::kSettings);
+  LockedLoad(settings_path);
   hardening = read_hardening(GetRootNode());
 }
 
@@ -98,7 +102,7 @@ std::vector<std::string> ConfigXml::get_share_names() {
 }
 
 AutoDelete ConfigXml::GetAutoDelete(int kind) {
-  if (kind != 0 && kind != 1) return XmlData::GetAutoDelete(kind);
+  if (kind < 0 || kind >= kAutoDeleteKinds) return XmlData::GetAutoDelete(kind);
   Kept& values = kept_values();
   if (!values.autodelete[kind]) values.autodelete[kind] = XmlData::GetAutoDelete(kind);
   return *values.autodelete[kind];

@@ -23,13 +23,17 @@ namespace sarvik {
 // Owned by the server loop for the whole run; main thread only, no lock.
 class ConfigXml : public XmlData {
  public:
+  // Settings that reload() reads from `settings_path`; the service passes paths::kSettings, a
+  // test a file of its own. A std::string, as a text literal would be taken for an encoding.
+  explicit ConfigXml(std::string settings_path);
+  // Settings for a reader that loads a document of its own (LockedLoad); reload() then raises.
   ConfigXml();
   explicit ConfigXml(const Glib::ustring& encoding);
   ~ConfigXml() override;
 
-  // Forgets the parsed rules and loads the settings file anew. Raises CXMLError when it cannot
-  // be read; the document is then empty until a later reload succeeds. The rules are not parsed
-  // here, so a bad rule never makes a reload fail.
+  // Forgets the parsed rules and loads the settings file given at construction anew. Raises
+  // CXMLError when it cannot be read; the document is then empty until a later reload succeeds. The
+  // rules are not parsed here, so a bad rule never makes a reload fail.
   void reload();
   // GetEnable of `attr` of the element at `xpath` below the root: the main switches and the
   // share list's "all". Raises CXMLError, as GetRootNode does, when no document is loaded.
@@ -77,7 +81,7 @@ class ConfigXml : public XmlData {
     std::vector<Switch> switches;
     std::optional<std::string> share_path;
     std::optional<std::vector<std::string>> share_names;
-    std::optional<AutoDelete> autodelete[2];
+    std::optional<AutoDelete> autodelete[kAutoDeleteKinds];  // by AutoDeleteKind
     bool no_rules = false;  // the last parse of the rules found none
   };
 
@@ -86,6 +90,7 @@ class ConfigXml : public XmlData {
   Kept& kept_values();
 
   Kept kept;
+  std::string settings_path;  // read by reload(); empty: none
 };
 
 // Whether access to `sharename` is logged: never for "IPC$", always with the share list's

@@ -96,10 +96,10 @@ AutoDelete XmlData::GetAutoDelete(int kind) {
   AutoDelete settings;
   const char* path;
   switch (kind) {
-    case 0:
+    case kSystemLogExpiry:
       path = keys::kEventAutoDelete;
       break;
-    case 1:
+    case kAccessLogExpiry:
       path = keys::kAccessAutoDelete;
       break;
     default:

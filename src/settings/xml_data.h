@@ -14,6 +14,16 @@
 
 namespace sarvik {
 
+// The logs with expiry settings of their own, as the kind GetAutoDelete takes. GetAutoDelete
+// takes the kind as a plain int, so these numbers are part of its contract. The alert log has no
+// expiry settings: it keeps all its files.
+enum AutoDeleteKind : int {
+  kSystemLogExpiry = 0,
+  kAccessLogExpiry = 1,
+};
+// How many kinds have expiry settings: one past the last kind.
+inline constexpr int kAutoDeleteKinds = 2;
+
 // An XML document whose load and save can run under a lock file shared with other processes
 // of the appliance (`lock_path`; empty: no lock). The lock covers the file operation alone; the
 // tree in memory is read without it.
@@ -59,9 +69,9 @@ class XmlData : public Vexil::CDOMXmlDocument {
   // The children "hour" and "minute" of the element at `xpath` as numbers, each 0 when
   // missing; 0:00 when the element is missing. No range is checked.
   static HourMinute GetHourMinute(Vexil::CDOMElement element, const Glib::ustring& xpath);
-  // The expiry settings of the system log (kind 0) or the access log (kind 1); all zero for
-  // any other kind. Raises CXMLError when the log's autodelete element is missing; below it,
-  // whatever is missing reads as 0, and a missing "expire/days" also leaves the percent 0.
+  // The expiry settings of the log of `kind`, an AutoDeleteKind; all zero for any other number.
+  // Raises CXMLError when the log's autodelete element is missing; below it, whatever is missing
+  // reads as 0, and a missing "expire/days" also leaves the percent 0.
   AutoDelete GetAutoDelete(int kind);
   // Detaches the element at `xpath` from the root and returns it, owned by its handle. Raises
   // CXMLError.

@@ -104,7 +104,8 @@ void CDOMXmlDocument::SetRootNode(const CDOMNode& elem) {
           throw CXMLError("object not found.");
         }
         CDOMNode copy = elem.CloneNode(true);
-        // The previous root that this returns is left unlinked: kept on purpose.
+        // The previous root that this returns is left unlinked and not freed: a caller may still
+        // hold a handle to it, which freeing it here would leave dangling.
         xmlDocSetRootElement(document()->cobj(), copy.GetNode()->cobj());
       },
       [&] {
@@ -141,7 +142,8 @@ CDOMNode CDOMXmlDocument::CreateProcessingInstruction(const Glib::ustring& targe
       });
 }
 
-// Kept on purpose as it stands: the path is split at its last "/" with no XPath parsing, the new
+// Documents built with this operation have the shape these steps give, so it stays as it is:
+// the path is split at its last "/" with no XPath parsing, the new
 // element's name keeps that "/" (so the next call makes another one), only the first missing step
 // lands in the tree as a copy, and the caller gets the detached element itself. A path that is
 // missing down to its start ends in the library's exception ("/x") or std::out_of_range ("x").

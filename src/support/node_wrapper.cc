@@ -36,7 +36,8 @@ void __xmlpp_node_create_wrapper(_xmlNode* node) {  // NOLINT(bugprone-reserved-
       node->_private = new xmlpp::Dtd(reinterpret_cast<xmlDtd*>(node));
       break;
     default:
-      // Processing instructions and CDATA sections land here too; kept on purpose.
+      // Processing instructions and CDATA sections land here too: the object model has no
+      // class of its own for them, and a plain node serves every operation it offers on them.
       node->_private = new xmlpp::Node(node);
       std::cerr << "void Vexil::__xmlpp_node_create_wrapper(_xmlNode*)"
                 << "Warning: new node of unknown type created: " << node->type << std::endl;

@@ -13,7 +13,7 @@ namespace Vexil {
 // Attribute, TextNode, EntityReference, CommentNode or Dtd by type, nothing for a document, and
 // for any other type a plain xmlpp::Node and a warning line on standard error. The wrapper stays
 // in _private; whoever frees the node frees it (DeleteNode, or the document's end). The name is
-// kept as the rest of the system knows it, reserved identifier or not.
+// the one the rest of the system links against, so it stays, reserved identifier or not.
 void __xmlpp_node_create_wrapper(_xmlNode* node);  // NOLINT(bugprone-reserved-identifier)
 
 // The xmlpp::Node of `node`, a node reached inside a tree. This libxml++ wraps nodes only when

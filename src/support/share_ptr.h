@@ -34,8 +34,9 @@ class CSharePtr {
   virtual ~CSharePtr() { EndShare(); }
 
   // Makes this handle the first of a new group over `p`, unless it holds `p` already; sets the
-  // deleter to `d` in every case. Kept on purpose: a null `p` replacing a set pointer leaves a
-  // count of 1 that nobody frees, as the handle counts as empty from then on.
+  // deleter to `d` in every case. A null `p` replacing a set pointer leaves a count of 1 that
+  // nobody frees, as the handle counts as empty from then on; it costs one integer, and the
+  // service never resets a handle to null.
   virtual void Reset(T* p, Deleter d) {
     if (p != ptr) {
       Release();
@@ -57,9 +58,9 @@ class CSharePtr {
     deleter = other.deleter;
   }
 
-  // Gives up this handle's share and empties it if it was the last. Kept on purpose: a handle
-  // that was not the last keeps its pointer and count, so a second Release counts again; Reset
-  // and Assign overwrite both straight away.
+  // Gives up this handle's share and empties it if it was the last. A handle that was not the
+  // last keeps its pointer and count, so a second Release counts again: Release comes right
+  // before Reset or Assign, which overwrite both, so clearing them here would be wasted.
   virtual void Release() {
     if (EndShare()) {
       ptr = nullptr;

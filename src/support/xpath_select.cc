@@ -121,8 +121,9 @@ thread_local XPathCache cache;
 
 }  // namespace
 
-// Kept as libxml++ 2.40 has it, message for message: its find evaluates the text in a context of
-// its own with xmlXPathEval, which compiles the text and evaluates it as done here.
+// Done as libxml++ 2.40's find does it, message for message, so that an XPath fails with the same
+// text here as through libxml++: its find evaluates the text in a context of its own with
+// xmlXPathEval, which compiles the text and evaluates it as done here.
 xmlpp::NodeSet FindNodes(const xmlpp::Node* node, const Glib::ustring& xpath) {
   _xmlNode* self = const_cast<xmlpp::Node*>(node)->cobj();
   if (self->type == XML_ELEMENT_NODE && IsChildPath(xpath.raw())) {

@@ -9,12 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "core/access_fields.h"
-#include "core/record_lines.h"
 #include "fuzz_target.h"
 #include "protocol/connection.h"
 #include "protocol/request_data.h"
 #include "protocol/wire.h"
+#include "record/access_fields.h"
+#include "record/record_lines.h"
 
 namespace sarvik::fuzzing {
 namespace {

@@ -42,10 +42,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   is_logged_share("docs", config);
   if (is_logged_share("IPC$", config)) fuzz_fail("the share IPC$ is logged");
 
-  // Kind 2 names no log and must read as all zero without touching the document.
-  AutoDelete none = config.GetAutoDelete(2);
-  if (none.enable || none.days != 0 || none.percent != 0) fuzz_fail("GetAutoDelete(2)");
-  for (int kind : {0, 1}) {
+  // A kind past the last names no log and must read as all zero without touching the document.
+  AutoDelete none = config.GetAutoDelete(kAutoDeleteKinds);
+  if (none.enable || none.days != 0 || none.percent != 0) fuzz_fail("GetAutoDelete(past last)");
+  for (int kind : {kSystemLogExpiry, kAccessLogExpiry}) {
     try {
       config.GetAutoDelete(kind);
     } catch (const Vexil::CXMLError&) {

@@ -5,7 +5,7 @@
 #include "fuzz_input.h"
 #include "fuzz_target.h"
 #include "settings/alert_info.h"
-#include "unit/alert/reference_wildcard.h"
+#include "unit/settings/reference_wildcard.h"
 
 namespace {
 

@@ -18,6 +18,7 @@
 #include "harness/records.h"
 #include "harness/service_test.h"
 #include "support/fixed_paths.h"
+#include "testing/notice_requests.h"
 #include "testing/notice_settings.h"
 
 namespace sarvik::testing {
@@ -28,26 +29,12 @@ using AlertMail = ServiceTest;
 // The record time that opens a log line, "YYYY/MM/DD hh:mm:ss".
 constexpr size_t kTimeLength = 19;
 
-constexpr char kBuzzerError[] =
-    "<request><entrylist><entry type=\"play\"><buzzer><melody type=\"error\"/></buzzer></entry>"
-    "</entrylist></request>";
-
-// An event-log request with `code` and the argument elements `args`.
-std::string eventlog(const std::string& code, const std::string& args) {
-  return "<request><entrylist><entry type=\"add\"><eventlog><log><code>" + code +
-         "</code><arglist>" + args + "</arglist></log></eventlog></entry></entrylist></request>";
-}
-
 // The mail request of profile `profilenum` for rule `name` (escaped) with `lines` (plain).
 std::string mail(int profilenum, const std::string& name, const std::vector<std::string>& lines) {
   std::string body = "アラート条件 " + name + ": アクセスを" + std::to_string(lines.size()) +
                      "件検出しました。\n\n";
   for (const std::string& line : lines) body += line + "\n";
-  return "<request><entrylist><entry type=\"send\"><mailsend><mailconf profilenum=\"" +
-         std::to_string(profilenum) +
-         "\"/><message><header><subject>サルビク アラート - 条件名:" + name +
-         "</subject></header><body>" + body +
-         "</body></message></mailsend></entry></entrylist></request>";
+  return mail_request(profilenum, "サルビク アラート - 条件名:" + name, body);
 }
 
 // A read of `path` on share docs by alice.
@@ -73,19 +60,19 @@ TEST_F(AlertMail, OneHitRaisesTheAlertAndMailsEveryProfile) {
 
   const std::vector<std::string> events = wait_for_requests(paths::kEventLogScript, 4);
   ASSERT_EQ(events.size(), 4u) << daemon.stdout_text();
-  EXPECT_EQ(events[0], eventlog("71100010",
-                                "<arg name=\"name\">r&amp;d</arg>"
-                                "<arg name=\"number\">1</arg>"));
-  EXPECT_EQ(events[1], eventlog("71000010",
-                                "<arg name=\"mail_address\">a@x</arg>"
-                                "<arg name=\"name\">r&amp;d</arg>"));
-  EXPECT_EQ(events[2], eventlog("71000010",
-                                "<arg name=\"mail_address\">b@x</arg>"
-                                "<arg name=\"name\">r&amp;d</arg>"));
-  EXPECT_EQ(events[3], eventlog("71090010",
-                                "<arg name=\"mail_address\">c@x</arg>"
-                                "<arg name=\"name\">r&amp;d</arg>"));
-  EXPECT_EQ(recorded_requests(paths::kBuzzerScript), std::vector<std::string>{kBuzzerError});
+  EXPECT_EQ(events[0], eventlog_request("71100010",
+                                        "<arg name=\"name\">r&amp;d</arg>"
+                                        "<arg name=\"number\">1</arg>"));
+  EXPECT_EQ(events[1], eventlog_request("71000010",
+                                        "<arg name=\"mail_address\">a@x</arg>"
+                                        "<arg name=\"name\">r&amp;d</arg>"));
+  EXPECT_EQ(events[2], eventlog_request("71000010",
+                                        "<arg name=\"mail_address\">b@x</arg>"
+                                        "<arg name=\"name\">r&amp;d</arg>"));
+  EXPECT_EQ(events[3], eventlog_request("71090010",
+                                        "<arg name=\"mail_address\">c@x</arg>"
+                                        "<arg name=\"name\">r&amp;d</arg>"));
+  EXPECT_EQ(recorded_requests(paths::kBuzzerScript), std::vector<std::string>{kBuzzerErrorRequest});
   // The line as the log holds it after its time, escaped in the request; "%d" stays as it is.
   const std::string time = lines[0].substr(0, kTimeLength);
   ASSERT_EQ(lines[0].substr(kTimeLength), ",alice,pc1,192.0.2.7,open_read,ok,docs,dir/a&b%d.txt");
@@ -107,10 +94,10 @@ TEST_F(AlertMail, NoProfileRaisesTheAlertAndSaysNoMailWent) {
   ASSERT_EQ(exchange(read_access("a.txt")), kOkAnswer);
   ASSERT_TRUE(daemon.wait_for_stdout("handle_alert: no mail send.", 200s));
   EXPECT_EQ(recorded_requests(paths::kEventLogScript),
-            std::vector<std::string>{eventlog("71100010",
-                                              "<arg name=\"name\">reads</arg>"
-                                              "<arg name=\"number\">1</arg>")});
-  EXPECT_EQ(recorded_requests(paths::kBuzzerScript), std::vector<std::string>{kBuzzerError});
+            std::vector<std::string>{eventlog_request("71100010",
+                                                      "<arg name=\"name\">reads</arg>"
+                                                      "<arg name=\"number\">1</arg>")});
+  EXPECT_EQ(recorded_requests(paths::kBuzzerScript), std::vector<std::string>{kBuzzerErrorRequest});
   EXPECT_TRUE(recorded_requests(paths::kMailScript).empty());
 }
 
@@ -130,16 +117,16 @@ TEST_F(AlertMail, BurstGoesAs1024LinesAtOnceAndTheRestAfterTheQuietTime) {
 
   const std::vector<std::string> events = wait_for_requests(paths::kEventLogScript, 4);
   ASSERT_EQ(events.size(), 4u) << daemon.stdout_text();
-  const std::string sent = eventlog("71000010",
-                                    "<arg name=\"mail_address\">a@x</arg>"
-                                    "<arg name=\"name\">burst</arg>");
-  EXPECT_EQ(events, (std::vector<std::string>{eventlog("71100010",
-                                                       "<arg name=\"name\">burst</arg>"
-                                                       "<arg name=\"number\">1024</arg>"),
+  const std::string sent = eventlog_request("71000010",
+                                            "<arg name=\"mail_address\">a@x</arg>"
+                                            "<arg name=\"name\">burst</arg>");
+  EXPECT_EQ(events, (std::vector<std::string>{eventlog_request("71100010",
+                                                               "<arg name=\"name\">burst</arg>"
+                                                               "<arg name=\"number\">1024</arg>"),
                                               sent,
-                                              eventlog("71100010",
-                                                       "<arg name=\"name\">burst</arg>"
-                                                       "<arg name=\"number\">76</arg>"),
+                                              eventlog_request("71100010",
+                                                               "<arg name=\"name\">burst</arg>"
+                                                               "<arg name=\"number\">76</arg>"),
                                               sent}));
   const std::vector<std::string> first(lines.begin(), lines.begin() + 1024);
   const std::vector<std::string> rest(lines.begin() + 1024, lines.end());
@@ -196,9 +183,9 @@ TEST_P(QuietTime, SingleHitIsAlertedAboutSixtySecondsAfterItCame) {
     arrived = realtime_now();
   }
   ASSERT_FALSE(events.empty()) << "no alert within 65 s";
-  EXPECT_EQ(events[0], eventlog("71100010",
-                                "<arg name=\"name\">reads</arg>"
-                                "<arg name=\"number\">1</arg>"));
+  EXPECT_EQ(events[0], eventlog_request("71100010",
+                                        "<arg name=\"name\">reads</arg>"
+                                        "<arg name=\"number\">1</arg>"));
   EXPECT_GE(arrived - answered, 58.0) << "the alert came too early";
   EXPECT_LE(arrived - sent, 62.0) << "the alert came too late";
 }

@@ -18,10 +18,15 @@ inline std::string mail_profile(bool on, const std::vector<std::string>& address
   return xml + "</toaddrlist></mailconf>";
 }
 
-// Writes the notice settings at their fixed path with `profiles` as the profile list.
+// Writes the notice settings at `path` with `profiles` as the profile list.
+inline void write_mail_profiles_to(const std::string& path, const std::string& profiles) {
+  write_file(path, "<config><mailnotice><mailconflist>" + profiles +
+                       "</mailconflist></mailnotice></config>");
+}
+
+// The same at the settings' fixed path, for tests of the whole service.
 inline void write_mail_profiles(const std::string& profiles) {
-  write_file(paths::kNoticeSettings, "<config><mailnotice><mailconflist>" + profiles +
-                                         "</mailconflist></mailnotice></config>");
+  write_mail_profiles_to(paths::kNoticeSettings, profiles);
 }
 
 }  // namespace sarvik::testing

@@ -8,9 +8,9 @@
 
 #include "check/diagnostic.h"
 #include "check/xml_lookup.h"
-#include "core/access_fields.h"
-#include "core/record_text.h"
 #include "protocol/request_data.h"
+#include "record/access_fields.h"
+#include "record/record_text.h"
 #include "settings/settings_keys.h"
 
 namespace sarvik::check {
@@ -18,9 +18,6 @@ namespace sarvik::check {
 namespace {
 
 using Pattern = AlertInfo::AlertPattern;
-
-// Expiry settings of the access log, the kind the access handler asks for.
-constexpr int kAccessAutoDelete = 1;
 
 // The event's fields as the rules receive them: the result in its brief form.
 using RuleFields = AccessFields;
@@ -120,7 +117,7 @@ std::string reason_no_rule_is_tried(ConfigXml& config, const std::string& share)
     return "the request fails: no 'share/path' text";
   }
   try {
-    config.GetAutoDelete(kAccessAutoDelete);
+    config.GetAutoDelete(kAccessLogExpiry);
   } catch (...) {
     return std::string("the request fails: no '") + keys::kAccessAutoDelete + "' element";
   }

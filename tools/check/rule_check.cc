@@ -9,7 +9,7 @@
 #include <string>
 
 #include "check/xml_lookup.h"
-#include "core/record_text.h"
+#include "record/record_text.h"
 #include "settings/settings_keys.h"
 
 namespace sarvik::check {

@@ -21,14 +21,14 @@ using Vexil::CDOMElement;
 
 // The two logs that have settings of their own, by their GetAutoDelete kind.
 struct LogSwitch {
-  int kind;
+  AutoDeleteKind kind;
   const char* conf;
   const char* autodelete;
   const char* records;
 };
 constexpr LogSwitch kLogs[] = {
-    {0, keys::kEventLogConf, keys::kEventAutoDelete, "system record"},
-    {1, keys::kAccessLogConf, keys::kAccessAutoDelete, "access record"},
+    {kSystemLogExpiry, keys::kEventLogConf, keys::kEventAutoDelete, "system record"},
+    {kAccessLogExpiry, keys::kAccessLogConf, keys::kAccessAutoDelete, "access record"},
 };
 
 constexpr char kUnloadable[] =

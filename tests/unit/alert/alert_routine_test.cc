@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "alert/alert_loop.h"
-#include "notice_stubs.h"
 #include "stdout_capture.h"
-#include "testing/fresh_volumes.h"
+#include "testing/notice_stubs.h"
+#include "testing/temp_dir.h"
 #include "testing/text_count.h"
 
 namespace sarvik {
@@ -25,18 +25,14 @@ constexpr char kWaiting[] = "alert_thread: waiting.\n";
 constexpr char kTrySend[] = "alert_thread: try send mail\n";
 constexpr char kExit[] = "alert_thread: exit by request.\n";
 
-// The worker runs alert_thread in a private /mnt/data with stub scripts and one mail profile.
+// The worker runs alert_thread with stub scripts and one mail profile in a temporary directory.
 // Wake-ups are forced by signalling until the awaited message shows: a signal given while the
 // routine is not waiting is lost, and the 60-second time-out is not waited for.
 class AlertRoutine : public ::testing::Test {
  protected:
   static void SetUpTestSuite() { signal(SIGPIPE, SIG_IGN); }
 
-  void SetUp() override {
-    SARVIK_REQUIRE_FRESH_VOLUMES();
-    stubs.emplace();
-    testing::write_mail_profiles(testing::mail_profile(true, {"a@x"}));
-  }
+  void SetUp() override { stubs->write_mail_profiles(testing::mail_profile(true, {"a@x"})); }
 
   // Ends the routine by the exit request, and checks that it left by it.
   void TearDown() override {
@@ -79,8 +75,9 @@ class AlertRoutine : public ::testing::Test {
   }
 
   testing::StdoutCapture out;
-  std::optional<testing::NoticeStubs> stubs;
-  AlertThread worker{&alert_thread};
+  testing::TempDir tmp;
+  std::optional<testing::NoticeStubs> stubs{std::in_place, tmp.path()};
+  AlertThread worker{&alert_thread, stubs->paths()};
   bool started = false;
 };
 

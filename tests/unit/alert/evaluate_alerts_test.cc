@@ -8,27 +8,25 @@
 #include <string>
 #include <vector>
 
-#include "support/fixed_paths.h"
 #include "support/xml_error.h"
 #include "testing/file_text.h"
-#include "testing/fresh_volumes.h"
+#include "testing/temp_dir.h"
 
 namespace sarvik {
 namespace {
 
-constexpr char kVolume[] = "/mnt/data/logs";
 constexpr time_t kWhen = 1700000000;
 constexpr char kLine[] = "2023/11/14 22:13:20,alice,pc1,192.0.2.7,open_read,ok,docs,a.txt";
 
 // A rule called `name` that fires on every access to share `share` within `span` (the
-// elements "from" and "to"; empty: the whole day).
+// elements "from" and "to"; empty: the whole day) that meets the further `conditions`.
 std::string rule(const std::string& name, const std::string& share = "docs",
-                 const std::string& span = "") {
+                 const std::string& span = "", const std::string& conditions = "") {
   return "<alert><name>" + name +
          "</name><period><weekdays sun='true' mon='true' tue='true' wed='true' thu='true' "
          "fri='true' sat='true'/>" +
-         span + "</period><usernamelist all='true'/><sharename>" + share +
-         "</sharename><operationlist><operation type='open_read' enable='true'/>" +
+         span + "</period><usernamelist all='true'/><sharename>" + share + "</sharename>" +
+         conditions + "<operationlist><operation type='open_read' enable='true'/>" +
          "</operationlist></alert>";
 }
 
@@ -48,29 +46,30 @@ std::string local_text(time_t when, const char* format) {
   return text;
 }
 
-// The service's fixed directories on private volumes, and settings with the given rules.
+// A volume, a state directory and a settings file in a temporary directory, and settings with
+// the given rules.
 class EvaluateAlerts : public ::testing::Test {
  protected:
   void SetUp() override {
-    SARVIK_REQUIRE_FRESH_VOLUMES();
-    testing::make_dirs("/mnt/data/xmlconf");
-    testing::make_dirs(paths::kStateDir);
-    testing::make_dirs(kVolume);
+    testing::make_dirs(state_dir);
+    testing::make_dirs(volume);
   }
-  void load(const std::string& rules, const std::string& share_path = kVolume) {
-    testing::write_file(paths::kSettings, "<config><share><path>" + share_path +
-                                              "</path></share><alertlist>" + rules +
-                                              "</alertlist></config>");
+  void load(const std::string& rules) { load(rules, volume); }
+  void load(const std::string& rules, const std::string& share_path) {
+    testing::write_file(settings, "<config><share><path>" + share_path +
+                                      "</path></share><alertlist>" + rules +
+                                      "</alertlist></config>");
     config.reload();
   }
-  void evaluate(const std::string& share = "docs", time_t when = kWhen) {
-    evaluate_alerts(when, "alice", "pc1", "192.0.2.7", "open_read", "ok", share, "a.txt", kLine,
-                    config, alerts);
+  void evaluate(const std::string& share = "docs", time_t when = kWhen,
+                const std::string& result = "ok") {
+    const AccessFields fields{"alice", "pc1", "192.0.2.7", "open_read", result, share, "a.txt"};
+    evaluate_alerts(when, fields, kLine, config, alerts, state_dir);
   }
   // The lines of the alert log, each with its CR LF.
   std::string alert_log() {
     std::string text;
-    std::string root = std::string(kVolume) + "/alertlog";
+    std::string root = volume + "/alertlog";
     for (const std::string& month : testing::list_dir(root)) {
       for (const std::string& file : testing::list_dir(root + "/" + month)) {
         text += testing::read_file(root + "/" + month + "/" + file);
@@ -79,14 +78,18 @@ class EvaluateAlerts : public ::testing::Test {
     return text;
   }
 
-  ConfigXml config;
+  testing::TempDir tmp;
+  const std::string settings = tmp / "config.xml";
+  const std::string state_dir = tmp / "state";
+  const std::string volume = tmp / "logs";
+  ConfigXml config{settings};
   AlertThread alerts{nullptr};  // not started: nothing drains the tallies
 };
 
 TEST_F(EvaluateAlerts, NoRulesCreateNoAlertLog) {
   load("");
   evaluate();
-  EXPECT_FALSE(testing::exists(std::string(kVolume) + "/alertlog"));
+  EXPECT_FALSE(testing::exists(volume + "/alertlog"));
   EXPECT_TRUE(alerts.tallies.empty());
 }
 
@@ -114,17 +117,28 @@ TEST_F(EvaluateAlerts, HitOfAPastMonthGoesToTheAlertLogOfThatMonth) {
   const time_t when = time(nullptr) - 40 * 24 * 3600;
   load(rule("watch"));
   evaluate("docs", when);
-  const std::string root = std::string(kVolume) + "/alertlog";
+  const std::string root = volume + "/alertlog";
   const std::string month = local_text(when, "%Y%m");
   ASSERT_EQ(testing::list_dir(root), std::vector<std::string>{month});
   EXPECT_EQ(testing::list_dir(root + "/" + month),
             std::vector<std::string>{"alert_" + local_text(when, "%Y%m%d%H%M%S") + ".csv"});
 }
 
+// A rule compares with "ok" and "fail" and never sees the error text of the logged result.
+TEST_F(EvaluateAlerts, RulesSeeTheResultInItsBriefForm) {
+  load(rule("failed", "docs", "", "<result>fail</result>") +
+       rule("denied", "docs", "", "<result>*denied*</result>"));
+  evaluate("docs", kWhen, "fail (Permission denied)");
+  EXPECT_EQ(alerts.tallies.count("failed"), 1u);
+  EXPECT_EQ(alerts.tallies.count("denied"), 0u);
+  evaluate("docs", kWhen, "ok");
+  EXPECT_EQ(alerts.tallies["failed"].lines.size(), 1u);
+}
+
 TEST_F(EvaluateAlerts, EventThatFiresNothingWritesNothing) {
   load(rule("watch", "other"));
   evaluate();
-  EXPECT_FALSE(testing::exists(std::string(kVolume) + "/alertlog"));
+  EXPECT_FALSE(testing::exists(volume + "/alertlog"));
   EXPECT_TRUE(alerts.tallies.empty());
 }
 
@@ -153,15 +167,14 @@ TEST_F(EvaluateAlerts, TalliesOutliveAReloadThatRemovesTheRule) {
 }
 
 TEST_F(EvaluateAlerts, MissingVolumeKeepsNoLineButTheHitIsQueued) {
-  load(rule("watch"), "/mnt/data/unmounted");
+  load(rule("watch"), tmp / "unmounted");
   evaluate();
-  EXPECT_FALSE(testing::exists("/mnt/data/unmounted"));
+  EXPECT_FALSE(testing::exists(tmp / "unmounted"));
   EXPECT_EQ(alerts.tallies["watch"].lines, std::vector<std::string>{kLine});
 }
 
 TEST_F(EvaluateAlerts, MissingSharePathRaisesBeforeTheHitIsQueued) {
-  testing::write_file(paths::kSettings,
-                      "<config><alertlist>" + rule("a") + "</alertlist></config>");
+  testing::write_file(settings, "<config><alertlist>" + rule("a") + "</alertlist></config>");
   config.reload();
   EXPECT_THROW(evaluate(), Vexil::CXMLError);
   EXPECT_TRUE(alerts.tallies.empty());

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "notice_stubs.h"
 #include "stdout_capture.h"
-#include "testing/fresh_volumes.h"
+#include "testing/notice_stubs.h"
+#include "testing/temp_dir.h"
 
 namespace sarvik {
 namespace {
@@ -21,25 +21,29 @@ using testing::eventlog_request;
 using testing::kBuzzerErrorRequest;
 using testing::mail_profile;
 using testing::mail_request;
-using testing::write_mail_profiles;
 
-// A private /mnt/data and /var/lock with the three stubs at the fixed script paths.
+// The three stubs and the notice settings in a temporary directory.
 class HandleAlert : public ::testing::Test {
  protected:
   static void SetUpTestSuite() { signal(SIGPIPE, SIG_IGN); }
 
-  void SetUp() override {
-    SARVIK_REQUIRE_FRESH_VOLUMES();
-    stubs.emplace();
+  void raise_alert(const std::string& name, const std::vector<std::string>& lines) {
+    handle_alert(name, lines, NoticeLimits{}, stubs->paths());
   }
+  void report(const std::string& name, const std::string& code,
+              const std::vector<std::string>& addresses) {
+    notify_mail_results(name, code, addresses, NoticeLimits{}, stubs->paths());
+  }
+  void write_mail_profiles(const std::string& profiles) { stubs->write_mail_profiles(profiles); }
 
-  std::optional<testing::NoticeStubs> stubs;
+  testing::TempDir tmp;
+  std::optional<testing::NoticeStubs> stubs{std::in_place, tmp.path()};
   testing::StdoutCapture out;
 };
 
 TEST_F(HandleAlert, NoProfileLogsAndBuzzesAndSaysNoMailWent) {
   write_mail_profiles(mail_profile(false, {"off@x"}));
-  handle_alert("reads", {"line 1", "line 2"});
+  raise_alert("reads", {"line 1", "line 2"});
   ASSERT_EQ(stubs->eventlog.runs(), 1);
   EXPECT_EQ(stubs->eventlog.request(1),
             eventlog_request("71100010", arg("name", "reads") + arg("number", "2")));
@@ -56,7 +60,7 @@ TEST_F(HandleAlert, MailPerProfileThenOneRecordPerAddressOnItsSide) {
   const std::vector<std::string> lines = {
       "2017/03/04 12:34:56,alice,pc1,192.0.2.7,open_read,ok,docs,a<b>&c%d.txt",
       "2017/03/04 12:34:57,alice,pc1,192.0.2.7,open_read,ok,docs,\xE6\x97\xA5.txt"};
-  handle_alert("r&d", lines);
+  raise_alert("r&d", lines);
 
   ASSERT_EQ(stubs->eventlog.runs(), 4);
   EXPECT_EQ(stubs->eventlog.request(1),
@@ -82,7 +86,7 @@ TEST_F(HandleAlert, MailPerProfileThenOneRecordPerAddressOnItsSide) {
 }
 
 TEST_F(HandleAlert, UnreadableNoticeSettingsEndTheAlertSilently) {
-  handle_alert("reads", {"line"});
+  raise_alert("reads", {"line"});
   ASSERT_EQ(stubs->eventlog.runs(), 1);
   EXPECT_EQ(stubs->eventlog.request(1),
             eventlog_request("71100010", arg("name", "reads") + arg("number", "1")));
@@ -95,7 +99,7 @@ TEST_F(HandleAlert, FailingEventLogAndBuzzerDoNotStopTheMail) {
   write_mail_profiles(mail_profile(true, {"a@x"}));
   stubs->eventlog.answer("garbage", 0);
   stubs->buzzer.answer(testing::kOkReply, 1);
-  handle_alert("reads", {"line"});
+  raise_alert("reads", {"line"});
   EXPECT_EQ(stubs->mail.runs(), 1);
   EXPECT_EQ(stubs->eventlog.runs(), 2);  // the alert and the address, both answered badly
 }
@@ -103,7 +107,7 @@ TEST_F(HandleAlert, FailingEventLogAndBuzzerDoNotStopTheMail) {
 TEST_F(HandleAlert, EveryMailFailingGivesOnlyFailureRecords) {
   write_mail_profiles(mail_profile(true, {"a@x"}) + mail_profile(true, {"b@x"}));
   stubs->mail.answer(testing::kOkReply, 1);
-  handle_alert("reads", {"line"});
+  raise_alert("reads", {"line"});
   EXPECT_EQ(stubs->mail.runs(), 2);
   ASSERT_EQ(stubs->eventlog.runs(), 3);
   EXPECT_EQ(stubs->eventlog.request(2),
@@ -113,7 +117,7 @@ TEST_F(HandleAlert, EveryMailFailingGivesOnlyFailureRecords) {
 }
 
 TEST_F(HandleAlert, MailResultsGiveOneRecordPerAddressInOrderWithoutNumber) {
-  notify_mail_results("r", "71000010", {"z@x", "a<b>@x"});
+  report("r", "71000010", {"z@x", "a<b>@x"});
   ASSERT_EQ(stubs->eventlog.runs(), 2);
   EXPECT_EQ(stubs->eventlog.request(1),
             eventlog_request("71000010", arg("mail_address", "z@x") + arg("name", "r")));
@@ -122,7 +126,7 @@ TEST_F(HandleAlert, MailResultsGiveOneRecordPerAddressInOrderWithoutNumber) {
 }
 
 TEST_F(HandleAlert, EmptyAddressListGivesNoRecord) {
-  notify_mail_results("r", "71090010", {});
+  report("r", "71090010", {});
   EXPECT_EQ(stubs->eventlog.runs(), 0);
 }
 

@@ -3,9 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
-#include <cstdio>
-
 #include "testing/time_zone.h"
 
 namespace sarvik {
@@ -114,25 +111,6 @@ TEST(LogNames, ParsedStampGoesBackToItsTimeInSummerAndWinter) {
     for (time_t when : {kMarch4th, kJune30th}) {
       struct tm fields = parse_stamp(stamp_for(when));
       EXPECT_EQ(mktime(&fields), when) << zone_text << " " << when;
-    }
-  }
-}
-
-}  // namespace
-}  // namespace sarvik
-
-namespace sarvik {
-namespace {
-
-TEST(AppendDecimal, WritesAsPrintfZeroPaddedDoes) {
-  for (int width : {0, 2, 4}) {
-    for (int value :
-         {0, 1, 9, 10, 59, 99, 100, 2017, 10000, -1, -5, -10, -2017, INT_MAX, INT_MIN}) {
-      char expected[32];
-      snprintf(expected, sizeof expected, "%0*d", width, value);
-      std::string text = "x";
-      append_decimal(&text, value, width);
-      EXPECT_EQ(text, std::string("x") + expected) << value << " width " << width;
     }
   }
 }

@@ -7,64 +7,36 @@
 
 #include <gtest/gtest.h>
 
-#include "support/fixed_paths.h"
 #include "support/xml_error.h"
-#include "testing/file_text.h"
-#include "testing/fresh_volumes.h"
-#include "testing/stub_script.h"
+#include "testing/notice_stubs.h"
+#include "testing/temp_dir.h"
 
 namespace sarvik {
 namespace {
 
-using testing::StubScript;
+using testing::mail_profile;
+using testing::mail_request;
 
-constexpr char kRecordDir[] = "/mnt/data/record";
-constexpr char kScript[] = "/mnt/data/bin/mailsend.sh";
-
-// A `mailconf` element, on or off as a whole, taking system notices, with `addresses`.
-std::string mailconf(bool on, const std::vector<std::string>& addresses) {
-  std::string text = std::string("<mailconf enable=\"") + (on ? "true" : "false") +
-                     "\"><notifylist><notify name=\"system\" enable=\"true\"/></notifylist>"
-                     "<toaddrlist>";
-  for (const std::string& address : addresses) text += "<toaddr>" + address + "</toaddr>";
-  return text + "</toaddrlist></mailconf>";
-}
-
-// The request that carries one mail entry.
-std::string mail_request(int profilenum, const std::string& subject, const std::string& body) {
-  return "<request><entrylist><entry type=\"send\"><mailsend><mailconf profilenum=\"" +
-         std::to_string(profilenum) + "\"/><message><header><subject>" + subject +
-         "</subject></header><body>" + body +
-         "</body></message></mailsend></entry></entrylist></request>";
-}
-
-// Runs in a private /mnt/data and /var/lock, with the notice settings at their fixed place and
-// a stub mail script.
+// The notice settings and a stub mail script in a temporary directory.
 class SendMailTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    SARVIK_REQUIRE_FRESH_VOLUMES();
-    testing::make_dirs("/mnt/data/xmlconf");
-    testing::make_dirs("/mnt/data/bin");
-    testing::make_dirs(kRecordDir);
-    stub.emplace(kScript, kRecordDir);
     // Results of an earlier send that must not survive this one.
     notice.sent_addresses = {"earlier-sent@x"};
     notice.failed_addresses = {"earlier-failed@x"};
   }
 
   // Writes the notice settings with `confs` as the profile list.
-  void set_profiles(const std::string& confs) {
-    testing::write_file(paths::kNoticeSettings, "<config><mailnotice><mailconflist>" + confs +
-                                                    "</mailconflist></mailnotice></config>");
-  }
+  void set_profiles(const std::string& confs) { stubs.write_mail_profiles(confs); }
 
-  std::optional<StubScript> stub;
-  MailNotice notice{kScript};
+  testing::TempDir tmp;
+  testing::NoticeStubs stubs{tmp.path()};
+  testing::StubScript* stub = &stubs.mail;
+  MailNotice notice{stubs.paths()};
 };
 
 TEST_F(SendMailTest, NoProfileReturnsOneWithBothListsCleared) {
-  set_profiles(mailconf(false, {"a@x"}));
+  set_profiles(mail_profile(false, {"a@x"}));
   EXPECT_EQ(send_mail(notice, "s", "b"), 1);
   EXPECT_TRUE(notice.sent_addresses.empty());
   EXPECT_TRUE(notice.failed_addresses.empty());
@@ -79,7 +51,7 @@ TEST_F(SendMailTest, UnreadableSettingsRaiseAndLeaveTheListsAlone) {
 }
 
 TEST_F(SendMailTest, OneRequestPerProfileWithItsNumberAndEscapedTexts) {
-  set_profiles(mailconf(false, {"off@x"}) + mailconf(true, {"a&amp;1@x", "b@x"}));
+  set_profiles(mail_profile(false, {"off@x"}) + mail_profile(true, {"a&amp;1@x", "b@x"}));
   EXPECT_EQ(send_mail(notice, "S & <T> \"q\" %s", "Hi %s, see <a> & 'b'"), 0);
   ASSERT_EQ(stub->runs(), 1);
   EXPECT_EQ(stub->request(1),
@@ -89,8 +61,8 @@ TEST_F(SendMailTest, OneRequestPerProfileWithItsNumberAndEscapedTexts) {
 }
 
 TEST_F(SendMailTest, SecondProfileFailingKeepsTheFirstSent) {
-  set_profiles(mailconf(true, {"a@x", "b@x"}) + mailconf(true, {"c@x", "d@x"}) +
-               mailconf(true, {"e@x"}));
+  set_profiles(mail_profile(true, {"a@x", "b@x"}) + mail_profile(true, {"c@x", "d@x"}) +
+               mail_profile(true, {"e@x"}));
   stub->answer_run(2, testing::kOkReply, 1);
   stub->answer_run(3, "<r><entrylist><entry result=\"1\"/></entrylist></r>", 0);
   EXPECT_EQ(send_mail(notice, "s", "b"), 0);
@@ -101,15 +73,15 @@ TEST_F(SendMailTest, SecondProfileFailingKeepsTheFirstSent) {
 }
 
 TEST_F(SendMailTest, MissingScriptFailsEveryProfile) {
-  set_profiles(mailconf(true, {"a@x"}) + mailconf(true, {"b@x"}));
-  notice.script_path = "/mnt/data/bin/missing.sh";
+  set_profiles(mail_profile(true, {"a@x"}) + mail_profile(true, {"b@x"}));
+  notice.script_path = tmp / "missing.sh";
   EXPECT_EQ(send_mail(notice, "s", "b"), 0);
   EXPECT_TRUE(notice.sent_addresses.empty());
   EXPECT_EQ(notice.failed_addresses, (std::vector<std::string>{"a@x", "b@x"}));
 }
 
 TEST_F(SendMailTest, OnlyTheFirstPercentSStandsForTheAddress) {
-  set_profiles(mailconf(true, {"a@x", "b@x"}));
+  set_profiles(mail_profile(true, {"a@x", "b@x"}));
   const struct {
     std::string body;
     std::string sent;
@@ -130,7 +102,7 @@ TEST_F(SendMailTest, OnlyTheFirstPercentSStandsForTheAddress) {
 }
 
 TEST_F(SendMailTest, ProfileWithoutAddressesReplacesPercentSByNothing) {
-  set_profiles(mailconf(true, {}) + mailconf(true, {"b@x"}));
+  set_profiles(mail_profile(true, {}) + mail_profile(true, {"b@x"}));
   EXPECT_EQ(send_mail(notice, "s", "to [%s]"), 0);
   EXPECT_EQ(stub->request(1), mail_request(0, "s", "to []"));
   EXPECT_EQ(stub->request(2), mail_request(1, "s", "to [b@x]"));
@@ -139,7 +111,7 @@ TEST_F(SendMailTest, ProfileWithoutAddressesReplacesPercentSByNothing) {
 }
 
 TEST_F(SendMailTest, LineEndsAndNonAsciiBytesGoThroughUntouched) {
-  set_profiles(mailconf(true, {"a@x"}));
+  set_profiles(mail_profile(true, {"a@x"}));
   const std::string subject = "\xE3\x82\xB5\xE3\x83\xAB - \xE6\x9D\xA1:r\r\n";
   const std::string body = "\xE3\x82\xA2 r\n\nline 1,\xFF\xFE\r\nline 2\n";
   EXPECT_EQ(send_mail(notice, subject, body), 0);

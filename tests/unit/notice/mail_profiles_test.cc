@@ -11,10 +11,8 @@
 
 #include <gtest/gtest.h>
 
-#include "support/fixed_paths.h"
 #include "support/xml_error.h"
 #include "testing/file_text.h"
-#include "testing/fresh_volumes.h"
 #include "testing/temp_dir.h"
 
 namespace sarvik {
@@ -150,16 +148,6 @@ TEST_F(MailProfilesTest, ExclusiveLockMakesTheReadWaitForTheWriter) {
   writer.join();
   ASSERT_EQ(profiles.size(), 1u);
   EXPECT_EQ(profiles[0].addresses, std::vector<std::string>{"new@x"});
-}
-
-TEST(MailProfiles, PlainFormReadsTheAppliancesNoticeSettings) {
-  SARVIK_REQUIRE_FRESH_VOLUMES();
-  testing::make_dirs("/mnt/data/xmlconf");
-  testing::write_file(paths::kNoticeSettings, notice_settings(mailconf("true", "true", {"a@x"})));
-  const std::vector<MailProfile> profiles = read_mail_profiles();
-  ASSERT_EQ(profiles.size(), 1u);
-  EXPECT_EQ(profiles[0].addresses, std::vector<std::string>{"a@x"});
-  EXPECT_TRUE(testing::exists(paths::kNoticeSettingsLock));
 }
 
 }  // namespace

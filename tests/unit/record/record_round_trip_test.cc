@@ -4,10 +4,10 @@
 #include <cstring>
 #include <string>
 
-#include "core/access_fields.h"
-#include "core/record_lines.h"
-#include "core/record_text.h"
+#include "record/access_fields.h"
 #include "record/record_columns.h"
+#include "record/record_lines.h"
+#include "record/record_text.h"
 #include "record/record_time.h"
 #include "testing/time_zone.h"
 

@@ -55,6 +55,21 @@ TEST(RecordTime, WritesTheFixedFormOfFourDigitYears) {
   EXPECT_EQ(record_time_text({10000, 1, 1, 0, 0, 0}), "");
 }
 
+TEST(RecordTime, AppendWritesAnyYearWithoutAFixedWidth) {
+  const struct {
+    CivilTime time;
+    const char* text;
+  } cases[] = {{{2017, 3, 4, 1, 2, 3}, "2017/03/04 01:02:03"},
+               {{999, 1, 1, 0, 0, 0}, "999/01/01 00:00:00"},
+               {{10000, 12, 31, 23, 59, 59}, "10000/12/31 23:59:59"},
+               {{1900, 1, 0, 0, 0, 0}, "1900/01/00 00:00:00"}};
+  for (const auto& c : cases) {
+    std::string text = "x";
+    append_record_time(&text, c.time);
+    EXPECT_EQ(text, std::string("x") + c.text);
+  }
+}
+
 TEST(RecordTime, CivilSecondsCountTheCalendarWithoutZone) {
   EXPECT_EQ(civil_seconds({1970, 1, 1, 0, 0, 0}), 0);
   EXPECT_EQ(civil_seconds({2017, 3, 4, 12, 34, 56}), 1488630896);

@@ -2,10 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "settings/config_xml.h"
-#include "support/fixed_paths.h"
 #include "support/xml_error.h"
 #include "testing/file_text.h"
-#include "testing/fresh_volumes.h"
 #include "testing/temp_dir.h"
 
 namespace sarvik {
@@ -185,15 +183,14 @@ TEST_F(AlertRules, ListIsParsedOnceAndKeptUntilTheNextReload) {
 TEST_F(AlertRules, NoDocumentRaises) { EXPECT_THROW(config.get_alert_list(), Vexil::CXMLError); }
 
 TEST(AlertRulesReload, ReloadEmptiesTheListAndTheNextCallReadsTheNewFile) {
-  SARVIK_REQUIRE_FRESH_VOLUMES();
-  testing::make_dirs("/mnt/data/xmlconf");
-  testing::write_file(paths::kSettings,
-                      "<c><alertlist><alert><name>old</name></alert></alertlist></c>");
-  ConfigXml config;
+  testing::TempDir tmp;
+  const std::string settings = tmp / "config-sarvik.xml";
+  testing::write_file(settings, "<c><alertlist><alert><name>old</name></alert></alertlist></c>");
+  ConfigXml config(settings);
   config.reload();
   EXPECT_TRUE(config.alerts.empty());  // not parsed by the reload itself
   ASSERT_EQ(config.get_alert_list().size(), 1u);
-  testing::write_file(paths::kSettings,
+  testing::write_file(settings,
                       "<c><alertlist><alert><name>new1</name></alert>"
                       "<alert><name>new2</name></alert></alertlist></c>");
   config.reload();
@@ -202,7 +199,7 @@ TEST(AlertRulesReload, ReloadEmptiesTheListAndTheNextCallReadsTheNewFile) {
   ASSERT_EQ(rules.size(), 2u);
   EXPECT_EQ(rules[0].name, "new1");
   // A failed reload leaves no rules.
-  testing::write_file(paths::kSettings, "<c>");
+  testing::write_file(settings, "<c>");
   EXPECT_THROW(config.reload(), Vexil::CXMLError);
   EXPECT_TRUE(config.alerts.empty());
   EXPECT_THROW(config.get_alert_list(), Vexil::CXMLError);

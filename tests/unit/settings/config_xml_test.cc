@@ -3,26 +3,24 @@
 
 #include <gtest/gtest.h>
 
-#include "support/fixed_paths.h"
 #include "support/xml_error.h"
 #include "testing/file_text.h"
-#include "testing/fresh_volumes.h"
+#include "testing/temp_dir.h"
 
 namespace sarvik {
 namespace {
 
-// Each test gets an empty /mnt/data of its own and writes the settings file there.
+// Each test gets a temporary directory of its own and writes the settings file there.
 class ConfigXmlTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    SARVIK_REQUIRE_FRESH_VOLUMES();
-    testing::make_dirs("/mnt/data/xmlconf");
-  }
+  void SetUp() override {}
   void load(const std::string& body) {
-    testing::write_file(paths::kSettings, "<config>" + body + "</config>");
+    testing::write_file(settings, "<config>" + body + "</config>");
     config.reload();
   }
-  ConfigXml config;
+  testing::TempDir tmp;
+  const std::string settings = tmp / "config-sarvik.xml";
+  ConfigXml config{settings};
 };
 
 TEST_F(ConfigXmlTest, TablesAreFilledAtConstruction) {
@@ -32,13 +30,13 @@ TEST_F(ConfigXmlTest, TablesAreFilledAtConstruction) {
   EXPECT_EQ(config.weekday_bits.at("sat"), 6);
 }
 
-TEST_F(ConfigXmlTest, ReloadReadsTheFixedSettingsFile) {
+TEST_F(ConfigXmlTest, ReloadReadsTheSettingsFileItWasGiven) {
   load("<share><path>/mnt/data/logs</path></share>");
   EXPECT_EQ(config.get_share_path(), "/mnt/data/logs");
 }
 
 TEST_F(ConfigXmlTest, RootElementNameIsNotLookedAt) {
-  testing::write_file(paths::kSettings, "<anything><share><path>/v</path></share></anything>");
+  testing::write_file(settings, "<anything><share><path>/v</path></share></anything>");
   config.reload();
   EXPECT_EQ(config.get_share_path(), "/v");
 }
@@ -50,14 +48,14 @@ TEST_F(ConfigXmlTest, MissingSharePathRaises) {
 
 TEST_F(ConfigXmlTest, FailedReloadLeavesNoDocument) {
   load("<share><path>/v</path></share>");
-  testing::write_file(paths::kSettings, "<config><unclosed></config>");
+  testing::write_file(settings, "<config><unclosed></config>");
   try {
     config.reload();
     FAIL() << "no exception";
   } catch (const Vexil::CXMLError& error) {
-    EXPECT_STREQ(error.what(),
-                 "CDOMXmlDocument::Load: ERROR: parse_file() failed. "
-                 "file=/mnt/data/xmlconf/config-sarvik.xml\n");
+    EXPECT_STREQ(
+        error.what(),
+        ("CDOMXmlDocument::Load: ERROR: parse_file() failed. file=" + settings + "\n").c_str());
   }
   try {
     config.get_share_path();
@@ -125,7 +123,7 @@ TEST_F(ConfigXmlTest, ExpiryNumbersGoThroughTheLenientNumberReading) {
   for (const auto& [text, days] : cases) {
     load(std::string("<eventlogconf><autodelete enable='true'><expire><days>") + text +
          "</days><percent>101</percent></expire></autodelete></eventlogconf>");
-    AutoDelete settings = config.GetAutoDelete(0);
+    AutoDelete settings = config.GetAutoDelete(kSystemLogExpiry);
     EXPECT_EQ(settings.days, days) << text;
     // An empty days element fails the read, which leaves the percent 0 too; no clamp at 100.
     EXPECT_EQ(settings.percent, *text == '\0' ? 0 : 101) << text;
@@ -134,7 +132,7 @@ TEST_F(ConfigXmlTest, ExpiryNumbersGoThroughTheLenientNumberReading) {
 
 TEST_F(ConfigXmlTest, AutodeleteWithoutExpireKeepsItsSwitch) {
   load("<accesslogconf><autodelete enable='true'/></accesslogconf>");
-  AutoDelete settings = config.GetAutoDelete(1);
+  AutoDelete settings = config.GetAutoDelete(kAccessLogExpiry);
   EXPECT_TRUE(settings.enable);
   EXPECT_EQ(settings.days, 0);
   EXPECT_EQ(settings.percent, 0);
@@ -142,7 +140,7 @@ TEST_F(ConfigXmlTest, AutodeleteWithoutExpireKeepsItsSwitch) {
 
 TEST_F(ConfigXmlTest, DaysWithoutPercentAreKept) {
   load("<accesslogconf><autodelete><expire><days>9</days></expire></autodelete></accesslogconf>");
-  AutoDelete settings = config.GetAutoDelete(1);
+  AutoDelete settings = config.GetAutoDelete(kAccessLogExpiry);
   EXPECT_FALSE(settings.enable);
   EXPECT_EQ(settings.days, 9);
   EXPECT_EQ(settings.percent, 0);
@@ -175,7 +173,7 @@ TEST_F(ConfigXmlTest, AReloadGivesTheNewValues) {
   EXPECT_TRUE(config.GetRootEnable("accesslogconf", "enable"));
   EXPECT_EQ(config.get_share_path(), "/one");
   EXPECT_EQ(config.get_share_names(), std::vector<std::string>{"a"});
-  EXPECT_EQ(config.GetAutoDelete(1).days, 3);
+  EXPECT_EQ(config.GetAutoDelete(kAccessLogExpiry).days, 3);
   EXPECT_TRUE(is_logged_share("a", config));
   load(
       "<share><path>/two</path></share><accesslogconf enable=\"false\"><sharelist all=\"true\">"
@@ -184,7 +182,7 @@ TEST_F(ConfigXmlTest, AReloadGivesTheNewValues) {
   EXPECT_FALSE(config.GetRootEnable("accesslogconf", "enable"));
   EXPECT_EQ(config.get_share_path(), "/two");
   EXPECT_EQ(config.get_share_names(), std::vector<std::string>{"b"});
-  AutoDelete autodelete = config.GetAutoDelete(1);
+  AutoDelete autodelete = config.GetAutoDelete(kAccessLogExpiry);
   EXPECT_FALSE(autodelete.enable);
   EXPECT_EQ(autodelete.days, 7);
   EXPECT_EQ(autodelete.percent, 0);
@@ -203,7 +201,7 @@ TEST_F(ConfigXmlTest, AChangeThroughTheModelGivesTheNewValues) {
   EXPECT_EQ(config.get_share_path(), "/three");
   Vexil::CDOMElement(config.GetRootNode().SelectSingleNode("accesslogconf/autodelete/expire/days"))
       .SetText("9");
-  EXPECT_EQ(config.GetAutoDelete(1).days, 9);
+  EXPECT_EQ(config.GetAutoDelete(kAccessLogExpiry).days, 9);
   config.RemoveNode("share");
   EXPECT_THROW(config.get_share_path(), Vexil::CXMLError);
 }
@@ -212,9 +210,9 @@ TEST_F(ConfigXmlTest, AFailedReadRaisesAgainAtEveryCall) {
   load("<accesslogconf enable=\"true\"/>");
   for (int i = 0; i < 2; ++i) {
     EXPECT_THROW(config.get_share_path(), Vexil::CXMLError);
-    EXPECT_THROW(config.GetAutoDelete(1), Vexil::CXMLError);
+    EXPECT_THROW(config.GetAutoDelete(kAccessLogExpiry), Vexil::CXMLError);
   }
-  testing::write_file(paths::kSettings, "<config><unclosed></config>");
+  testing::write_file(settings, "<config><unclosed></config>");
   EXPECT_THROW(config.reload(), Vexil::CXMLError);
   // Without a document the switches raise as the root does; they were true before.
   EXPECT_THROW(config.GetRootEnable("accesslogconf", "enable"), Vexil::CXMLError);

@@ -1,24 +1,12 @@
 // The normalised fields of an access record, as the log and the alert rules see them.
-#ifndef SARVIK_CORE_ACCESS_FIELDS_H_
-#define SARVIK_CORE_ACCESS_FIELDS_H_
+#ifndef SARVIK_RECORD_ACCESS_FIELDS_H_
+#define SARVIK_RECORD_ACCESS_FIELDS_H_
 
 #include <string>
 
 #include "protocol/request_data.h"
 
 namespace sarvik {
-
-// Entries of an access request, by index.
-enum AccessEntry : size_t {
-  kAccessUser = 1,
-  kAccessHost = 2,
-  kAccessIpAddr = 3,
-  kAccessOperation = 4,
-  kAccessStatus = 5,
-  kAccessErrorNumber = 6,
-  kAccessShare = 7,
-  kAccessPath = 8,
-};
 
 // The columns of one access record after the time, normalised as the log and the rules see them.
 // `result` is in its long form.
@@ -47,4 +35,4 @@ std::string access_path(const ReqAccessLog& request, const std::string& share);
 
 }  // namespace sarvik
 
-#endif  // SARVIK_CORE_ACCESS_FIELDS_H_
+#endif  // SARVIK_RECORD_ACCESS_FIELDS_H_

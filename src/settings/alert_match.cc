@@ -1,5 +1,6 @@
-// The alert rule test: period, user, text conditions and operation of one access event. The
-// record itself belongs to the settings; its test lives here with the rest of the alerts.
+// The alert rule test: period, user, text conditions and operation of one access event. It is
+// part of the rule record, so it lives with the record in the settings: the alert thread, the
+// settings checker and the log reader all test rules without the alert thread's machinery.
 #include <algorithm>
 #include <cstdint>
 
@@ -100,8 +101,9 @@ bool AlertInfo::match_username(const std::string& username) const {
 
 bool AlertInfo::match_wildcard(const char* text_begin, const char* text_end,
                                const char* pattern_begin, const char* pattern_end) const {
-  // Kept on purpose: the text running out ends the test before a final star is looked at, so a
-  // pattern that ends in a star needs at least one more byte ("abc*" does not match "abc"). Such
+  // The text running out ends the test before a final star is looked at, so a pattern that ends
+  // in a star needs at least one more byte ("abc*" does not match "abc"); the rules on the
+  // appliance are written against this, so it stays. Such
   // a pattern therefore matches a text exactly when the text without its last byte matches with
   // ordinary stars; every other star stands for zero or more bytes.
   if (pattern_begin != pattern_end && pattern_end[-1] == '*') {

@@ -3,10 +3,10 @@
 
 #include <string>
 
-#include "core/access_fields.h"
-#include "core/record_lines.h"
-#include "core/record_text.h"
 #include "protocol/request_data.h"
+#include "record/access_fields.h"
+#include "record/record_lines.h"
+#include "record/record_text.h"
 
 namespace sarvik {
 namespace {

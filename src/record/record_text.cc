@@ -1,9 +1,9 @@
 // Record text: the record time, written and read, and the joining of fields.
-#include "core/record_text.h"
+#include "record/record_text.h"
 
 #include <cstring>
 
-#include "logstore/log_names.h"
+#include "record/record_time.h"
 #include "support/leading_int.h"
 
 namespace sarvik {
@@ -25,20 +25,9 @@ std::string join_fields(std::initializer_list<std::string_view> fields) {
 std::string format_time(time_t when) {
   struct tm local = {};
   localtime_r(&when, &local);
-  // The year has no fixed width; every other field has two digits at least.
   std::string text;
-  text.reserve(19);
-  append_decimal(&text, local.tm_year + 1900, 0);
-  text += kDateSeparator;
-  append_decimal(&text, local.tm_mon + 1, 2);
-  text += kDateSeparator;
-  append_decimal(&text, local.tm_mday, 2);
-  text += ' ';
-  append_decimal(&text, local.tm_hour, 2);
-  text += kTimeSeparator;
-  append_decimal(&text, local.tm_min, 2);
-  text += kTimeSeparator;
-  append_decimal(&text, local.tm_sec, 2);
+  text.reserve(kRecordTimeLength);
+  append_record_time(&text, civil_time_of(local));
   return text;
 }
 

@@ -1,16 +1,9 @@
 // The lines of the two record kinds, composed from a request without touching any file.
-#include "core/record_lines.h"
+#include "record/record_lines.h"
 
-#include "core/record_text.h"
+#include "record/record_text.h"
 
 namespace sarvik {
-
-namespace {
-
-// Entries of a system request, by index.
-enum SystemEntry : size_t { kSystemTime = 1, kSystemText1 = 2, kSystemText2 = 3, kSystemText3 = 4 };
-
-}  // namespace
 
 SystemRecord system_record(const ReqSystemLog& request) {
   time_t when = parse_time(request.text_entry(kSystemTime).c_str());

@@ -1,10 +1,10 @@
 // The normalised fields of an access record, as the log and the alert rules see them.
-#include "core/access_fields.h"
+#include "record/access_fields.h"
 
 #include <cctype>
 #include <cstring>
 
-#include "core/record_text.h"
+#include "record/record_words.h"
 
 namespace sarvik {
 

@@ -1,12 +1,12 @@
 // The lines of the two record kinds, composed from a request without touching any file.
-#ifndef SARVIK_CORE_RECORD_LINES_H_
-#define SARVIK_CORE_RECORD_LINES_H_
+#ifndef SARVIK_RECORD_RECORD_LINES_H_
+#define SARVIK_RECORD_RECORD_LINES_H_
 
 #include <ctime>
 #include <string>
 
-#include "core/access_fields.h"
 #include "protocol/request_data.h"
+#include "record/access_fields.h"
 
 namespace sarvik {
 
@@ -27,4 +27,4 @@ std::string access_line(time_t now, const AccessFields& fields);
 
 }  // namespace sarvik
 
-#endif  // SARVIK_CORE_RECORD_LINES_H_
+#endif  // SARVIK_RECORD_RECORD_LINES_H_

@@ -1,5 +1,5 @@
 // Record text: the record time written and read.
-#include "core/record_text.h"
+#include "record/record_text.h"
 
 #include <gtest/gtest.h>
 

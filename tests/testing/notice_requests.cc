@@ -1,28 +1,7 @@
-// The appliance's three notice scripts as recording stubs, and its notice settings.
-#include "notice_stubs.h"
-
-#include "support/fixed_paths.h"
-#include "testing/file_text.h"
+// The requests the appliance's notice scripts get, byte for byte, as tests expect them.
+#include "testing/notice_requests.h"
 
 namespace sarvik::testing {
-
-namespace {
-
-// Makes the script folder and the record folder `name`, and returns the latter.
-std::string record_dir(const std::string& name) {
-  make_dirs("/mnt/data/bin");
-  make_dirs("/mnt/data/xmlconf");
-  const std::string dir = "/mnt/data/record/" + name;
-  make_dirs(dir);
-  return dir;
-}
-
-}  // namespace
-
-NoticeStubs::NoticeStubs()
-    : eventlog(paths::kEventLogScript, record_dir("eventlog")),
-      buzzer(paths::kBuzzerScript, record_dir("buzzer")),
-      mail(paths::kMailScript, record_dir("mail")) {}
 
 std::string eventlog_request(const std::string& code, const std::string& args) {
   return "<request><entrylist><entry type=\"add\"><eventlog><log><code>" + code +

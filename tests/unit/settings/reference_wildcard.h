@@ -1,6 +1,6 @@
 // The star matcher as a plain recursive walk, the reference that the bounded matcher must equal.
-#ifndef SARVIK_TESTS_UNIT_ALERT_REFERENCE_WILDCARD_H_
-#define SARVIK_TESTS_UNIT_ALERT_REFERENCE_WILDCARD_H_
+#ifndef SARVIK_TESTS_UNIT_SETTINGS_REFERENCE_WILDCARD_H_
+#define SARVIK_TESTS_UNIT_SETTINGS_REFERENCE_WILDCARD_H_
 
 namespace sarvik::testing {
 
@@ -12,4 +12,4 @@ bool reference_match_wildcard(const char* text_begin, const char* text_end,
 
 }  // namespace sarvik::testing
 
-#endif  // SARVIK_TESTS_UNIT_ALERT_REFERENCE_WILDCARD_H_
+#endif  // SARVIK_TESTS_UNIT_SETTINGS_REFERENCE_WILDCARD_H_

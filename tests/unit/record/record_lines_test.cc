@@ -1,12 +1,12 @@
 // Record lines: the columns of both record kinds, composed from requests.
-#include "core/record_lines.h"
+#include "record/record_lines.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <string>
 
-#include "core/record_text.h"
+#include "record/record_text.h"
 #include "testing/time_zone.h"
 
 namespace sarvik {
