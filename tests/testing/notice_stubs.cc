@@ -7,11 +7,17 @@ namespace sarvik::testing {
 
 namespace {
 
-// Makes the folders below `root` and the record folder `name`, and returns the latter.
-std::string record_dir(const std::string& root, const std::string& name) {
+// The places of the scripts and settings below `root`, whose folders are made.
+NoticePaths paths_below(const std::string& root) {
   make_dirs(root + "/bin");
   make_dirs(root + "/xmlconf");
-  const std::string dir = root + "/record/" + name;
+  return NoticePaths{root + "/bin/eventlog.py", root + "/bin/buzzer.py", root + "/bin/mailsend.py",
+                     root + "/xmlconf/config-notice.xml", root + "/xmlconf/config-notice.xml.lock"};
+}
+
+// Makes the record folder `name` below `record_root` and returns it.
+std::string record_dir(const std::string& record_root, const std::string& name) {
+  const std::string dir = record_root + "/" + name;
   make_dirs(dir);
   return dir;
 }
@@ -19,11 +25,14 @@ std::string record_dir(const std::string& root, const std::string& name) {
 }  // namespace
 
 NoticeStubs::NoticeStubs(const std::string& root)
-    : settings(root + "/xmlconf/config-notice.xml"),
-      settings_lock(root + "/xmlconf/config-notice.xml.lock"),
-      eventlog(root + "/bin/eventlog.py", record_dir(root, "eventlog")),
-      buzzer(root + "/bin/buzzer.py", record_dir(root, "buzzer")),
-      mail(root + "/bin/mailsend.py", record_dir(root, "mail")) {}
+    : NoticeStubs(paths_below(root), root + "/record") {}
+
+NoticeStubs::NoticeStubs(const NoticePaths& where, const std::string& record_root)
+    : settings(where.settings),
+      settings_lock(where.settings_lock),
+      eventlog(where.eventlog_script, record_dir(record_root, "eventlog")),
+      buzzer(where.buzzer_script, record_dir(record_root, "buzzer")),
+      mail(where.mail_script, record_dir(record_root, "mail")) {}
 
 NoticePaths NoticeStubs::paths() const {
   return NoticePaths{eventlog.path(), buzzer.path(), mail.path(), settings, settings_lock};

@@ -13,11 +13,15 @@
 
 namespace sarvik::testing {
 
-// Stubs of the three scripts in `root`/bin, each recording into a folder of its own below
-// `root`/record, all answering success until told otherwise; the notice settings and their lock
-// belong in `root`/xmlconf. `root` must exist and outlive the object.
+// Stubs of the three scripts, each recording into a folder of its own, all answering success
+// until told otherwise. The folders must outlive the object.
 struct NoticeStubs {
+  // The scripts in `root`/bin, recording below `root`/record; the notice settings and their lock
+  // belong in `root`/xmlconf. `root` must exist.
   explicit NoticeStubs(const std::string& root);
+  // The scripts at the places `where` names (their folders must exist), recording below
+  // `record_root`, which is made.
+  NoticeStubs(const NoticePaths& where, const std::string& record_root);
 
   // Where the notice code finds these scripts and the notice settings.
   NoticePaths paths() const;

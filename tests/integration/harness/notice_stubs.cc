@@ -1,61 +1,41 @@
-// Stand-ins for the appliance's notice scripts in end-to-end tests, with a record of their
-// requests.
+// The appliance's notice scripts as recording stubs at their fixed paths, for end-to-end tests.
 #include "harness/notice_stubs.h"
 
+#include <optional>
 #include <thread>
 
-#include "support/fixed_paths.h"
 #include "testing/file_text.h"
 
 namespace sarvik::testing {
 
 namespace {
 
-constexpr char kRecordDir[] = "/mnt/data/record";
-// What a stub writes after each request. Requests hold no line feed of their own but in a mail
-// body, and no body line reads like this.
-constexpr char kRequestEnd[] = "\n--- end of request ---\n";
-constexpr char kOkReply[] = "<response><entrylist><entry result=\"0\"/></entrylist></response>";
-constexpr char kFailReply[] = "<response><entrylist><entry result=\"1\"/></entrylist></response>";
+constexpr char kRecordRoot[] = "/mnt/data/record";
 
-std::string record_file(const std::string& script) {
-  return kRecordDir + script.substr(script.rfind('/'));
-}
-
-// A stub that records into record_file(`script`) and answers kOkReply, or kFailReply when the
-// request holds `fail_when` (if not empty).
-void write_stub(const std::string& script, const std::string& fail_when) {
-  const std::string record = record_file(script);
-  std::string text = "#!/bin/sh\ncat > '" + record + ".last'\n";
-  text += "cat '" + record + ".last' >> '" + record + "'\n";
-  text += "printf '%s' '" + std::string(kRequestEnd) + "' >> '" + record + "'\n";
-  if (!fail_when.empty()) {
-    text += "if grep -qF '" + fail_when + "' '" + record + ".last'; then\n";
-    text += "  printf '%s' '" + std::string(kFailReply) + "'\n  exit 0\nfi\n";
-  }
-  text += "printf '%s' '" + std::string(kOkReply) + "'\n";
-  write_file(script, text, 0755);
+std::optional<NoticeStubs>& installed() {
+  static std::optional<NoticeStubs> stubs;
+  return stubs;
 }
 
 }  // namespace
 
-void install_notice_stubs(int failing_profile) {
-  make_dirs("/mnt/data/bin");
-  make_dirs(kRecordDir);
-  write_stub(paths::kEventLogScript, "");
-  write_stub(paths::kBuzzerScript, "");
-  write_stub(paths::kMailScript,
-             failing_profile < 0 ? "" : "profilenum=\"" + std::to_string(failing_profile) + "\"");
+NoticeStubs& install_notice_stubs(int failing_profile) {
+  const NoticePaths where = appliance_notice_paths();
+  make_dirs(where.eventlog_script.substr(0, where.eventlog_script.rfind('/')));
+  NoticeStubs& stubs = installed().emplace(where, kRecordRoot);
+  if (failing_profile >= 0) {
+    stubs.mail.answer_when("profilenum=\"" + std::to_string(failing_profile) + "\"", kFailReply);
+  }
+  return stubs;
 }
 
 std::vector<std::string> recorded_requests(const std::string& script) {
-  const std::string text = read_file(record_file(script));
-  std::vector<std::string> requests;
-  for (size_t at = 0, end; (end = text.find(kRequestEnd, at)) != std::string::npos;
-       at = end + sizeof(kRequestEnd) - 1) {
-    requests.push_back(text.substr(at, end - at));
+  if (!installed()) return {};
+  for (const StubScript* stub :
+       {&installed()->eventlog, &installed()->buzzer, &installed()->mail}) {
+    if (stub->path() == script) return stub->requests();
   }
-  return requests;
+  return {};
 }
 
 std::vector<std::string> wait_for_requests(const std::string& script, size_t count,

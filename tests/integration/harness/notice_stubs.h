@@ -1,5 +1,4 @@
-// Stand-ins for the appliance's notice scripts in end-to-end tests, with a record of their
-// requests.
+// The appliance's notice scripts as recording stubs at their fixed paths, for end-to-end tests.
 #ifndef SARVIK_TESTS_INTEGRATION_HARNESS_NOTICE_STUBS_H_
 #define SARVIK_TESTS_INTEGRATION_HARNESS_NOTICE_STUBS_H_
 
@@ -7,18 +6,21 @@
 #include <string>
 #include <vector>
 
+#include "testing/notice_stubs.h"
+
 namespace sarvik::testing {
 
 using namespace std::chrono_literals;
 
-// Installs the event-log, buzzer and mail scripts at their fixed paths as stubs. Each appends
-// the request it reads on its standard input, followed by a separator, to a record file of its
-// own, and answers success; the mail stub answers result "1" to the request of profile
-// `failing_profile` instead. Call in the test's private volumes, before the service starts.
-void install_notice_stubs(int failing_profile = -1);
+// Installs the event-log, buzzer and mail scripts at their fixed paths as the stubs of
+// testing/notice_stubs.h, recording below /mnt/data/record and answering success; the mail stub
+// answers result "1" to the request of profile `failing_profile` instead. Call in the test's
+// private volumes, before the service starts; the stubs stay for the rest of the test. Main
+// thread only.
+NoticeStubs& install_notice_stubs(int failing_profile = -1);
 
 // The complete requests that the stub at `script` (one of the fixed script paths) has recorded
-// so far, in order; one still being written is left out.
+// so far, in order; none when no stubs are installed.
 std::vector<std::string> recorded_requests(const std::string& script);
 
 // Waits until the stub at `script` has recorded `count` requests, for at most `timeout`, and

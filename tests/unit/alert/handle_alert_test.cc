@@ -56,7 +56,7 @@ TEST_F(HandleAlert, NoProfileLogsAndBuzzesAndSaysNoMailWent) {
 TEST_F(HandleAlert, MailPerProfileThenOneRecordPerAddressOnItsSide) {
   write_mail_profiles(mail_profile(false, {"off@x"}) + mail_profile(true, {"a@x", "b@x"}) +
                       mail_profile(true, {"c@x"}));
-  stubs->mail.answer_run(2, "<response><entrylist><entry result=\"1\"/></entrylist></response>", 0);
+  stubs->mail.answer_run(2, testing::kFailReply, 0);
   const std::vector<std::string> lines = {
       "2017/03/04 12:34:56,alice,pc1,192.0.2.7,open_read,ok,docs,a<b>&c%d.txt",
       "2017/03/04 12:34:57,alice,pc1,192.0.2.7,open_read,ok,docs,\xE6\x97\xA5.txt"};
