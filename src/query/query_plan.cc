@@ -48,6 +48,10 @@ bool check_combinations(const QueryOptions& o, std::string* error) {
         "--histogram, --reverse or --limit";
     return false;
   }
+  if (o.build_index && (o.no_index || o.follow || summaries > 0)) {
+    *error = "--index builds the indexes and answers nothing: it goes with --root or --settings";
+    return false;
+  }
   return true;
 }
 

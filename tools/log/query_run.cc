@@ -8,6 +8,7 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include "log/index_run.h"
 #include "log/standard_error.h"
 #include "query/search.h"
 
@@ -89,6 +90,7 @@ int run_query(const QueryOptions& options, time_t now) {
     problems.fail(error);
     return kTrouble;
   }
+  if (options.build_index) return build_all_indexes(plan, problems);
   Descriptor stop;
   if (plan.follow) {
     stop = take_stop_signals(&error);
@@ -102,11 +104,15 @@ int run_query(const QueryOptions& options, time_t now) {
     problems.fail(error);
     return kTrouble;
   }
+  if (!options.no_index && !plan.follow) {
+    search.use_index(query::IndexStore::default_directory(), geteuid());
+  }
   FdWriter standard_output(STDOUT_FILENO);
   if (plan.summary) {
     Summary summary(plan.summary_request);
     search.summarize(&summary);
     summary.print(plan.form, plan.terminal, terminal_width(), standard_output);
+    build_in_background(plan, search.files_to_index());
     return exit_status(problems, summary.lines());
   }
 
@@ -114,6 +120,7 @@ int run_query(const QueryOptions& options, time_t now) {
   TextWriter& out =
       plan.form == OutputForm::kTable ? static_cast<TextWriter&>(table) : standard_output;
   uint64_t matched = search.write_lines(out);
+  if (!plan.follow) build_in_background(plan, search.files_to_index());
   if (plan.follow) {
     std::unique_ptr<RecordFormatter> formatter = make_record_formatter(format_settings(plan));
     std::string pending;
