@@ -93,7 +93,7 @@ uint64_t block_hash_of(const char* begin, const char* end) {
 
 std::string serialize_index(const IndexContent& c) {
   std::string out(kHeaderBytes, '\0');
-  uint64_t parts[3][3];
+  uint64_t parts[3][2];  // offset and size; the checksums are sealed in last
 
   parts[0][0] = out.size();
   for (const IndexContent::Block& block : c.blocks) {
@@ -157,7 +157,6 @@ std::string serialize_index(const IndexContent& c) {
   out += strings;
   out += lists;
   parts[2][1] = out.size() - parts[2][0];
-  for (auto& part : parts) part[2] = checksum(out.data() + part[0], part[1]);
 
   std::memcpy(&out[0], kMagic, sizeof kMagic);
   put(&out, 8, kVersion);
@@ -179,10 +178,24 @@ std::string serialize_index(const IndexContent& c) {
   put(&out, 100, c.bloom_rows);
   put(&out, 104, static_cast<uint32_t>(c.fields.size()));
   for (size_t p = 0; p < 3; ++p) {
-    for (size_t i = 0; i < 3; ++i) put(&out, kPartsAt + (p * 3 + i) * 8, parts[p][i]);
+    for (size_t i = 0; i < 2; ++i) put(&out, kPartsAt + (p * 3 + i) * 8, parts[p][i]);
   }
-  put(&out, kChecksumAt, checksum(out.data(), kHeaderBytes));
+  seal_index(&out);
   return out;
+}
+
+bool seal_index(std::string* bytes) {
+  if (bytes->size() < kHeaderBytes) return false;
+  for (size_t p = 0; p < 3; ++p) {
+    uint64_t offset = get<uint64_t>(&(*bytes)[kPartsAt + p * 24]);
+    uint64_t size = get<uint64_t>(&(*bytes)[kPartsAt + p * 24 + 8]);
+    if (within(offset, size, bytes->size())) {
+      put(bytes, kPartsAt + p * 24 + 16, checksum(bytes->data() + offset, size));
+    }
+  }
+  put(bytes, kChecksumAt, uint64_t{0});
+  put(bytes, kChecksumAt, checksum(bytes->data(), kHeaderBytes));
+  return true;
 }
 
 bool IndexView::open(std::string_view data) {

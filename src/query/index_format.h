@@ -101,6 +101,11 @@ struct IndexContent {
 // The bytes of the index file of `content`.
 std::string serialize_index(const IndexContent& content);
 
+// Writes the checksums of the parts that the header of `bytes` names (those that lie inside
+// the bytes), then the header's own: what makes an index whole once its parts are written.
+// False when the bytes are too short for a header.
+bool seal_index(std::string* bytes);
+
 // An index file read back, as views into its bytes, which must outlive it. Every offset and
 // count is checked against the bytes when it is opened, and each part's checksum when the part
 // is first used, so no index, however damaged, is read out of bounds. One thread.
