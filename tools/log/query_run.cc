@@ -81,12 +81,12 @@ int exit_status(const Problems& problems, uint64_t matched) {
 
 }  // namespace
 
-int run_query(const QueryOptions& options, time_t now) {
+int run_query(const QueryOptions& options, time_t now, query::SettingsReader& settings) {
   StandardError standard_error;
   Problems problems(standard_error);
   QueryPlan plan;
   std::string error;
-  if (!build_query_plan(options, now, isatty(STDOUT_FILENO) == 1, &plan, &error)) {
+  if (!build_query_plan(options, now, isatty(STDOUT_FILENO) == 1, settings, &plan, &error)) {
     problems.fail(error);
     return kTrouble;
   }

@@ -66,7 +66,7 @@ class QueryRunTest : public ::testing::Test {
     int out = open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     int saved = dup(STDOUT_FILENO);
     dup2(out, STDOUT_FILENO);
-    int status = run_query(options, kNow);
+    int status = run_query(options, kNow, *make_xml_settings_reader());
     dup2(saved, STDOUT_FILENO);
     close(saved);
     close(out);
@@ -151,7 +151,7 @@ TEST_F(QueryRunTest, RulesOnEveryWorker) {
 TEST_F(QueryRunTest, AVolumeThatCannotBeReadIsAnError) {
   QueryOptions options;
   options.root = dir / "nowhere";
-  EXPECT_EQ(run_query(options, kNow), 2);
+  EXPECT_EQ(run_query(options, kNow, *make_xml_settings_reader()), 2);
 }
 
 }  // namespace
