@@ -39,10 +39,9 @@ std::string canonical(const std::string& path) {
 
 }  // namespace
 
-int build_all_indexes(const QueryPlan& plan, Problems& problems) {
+int build_all_indexes(const QueryPlan& plan, const std::string& directory, Problems& problems) {
   auto started = std::chrono::steady_clock::now();
   std::string volume = canonical(plan.root);
-  std::string directory = IndexStore::default_directory();
   if (volume.empty() || directory.empty()) {
     problems.fail(volume.empty() ? "cannot read the log volume " + plan.root
                                  : "no cache directory: HOME is not set");
@@ -89,9 +88,9 @@ int build_all_indexes(const QueryPlan& plan, Problems& problems) {
   return problems.failed() ? query::kTrouble : query::kMatched;
 }
 
-void build_in_background(const QueryPlan& plan, const std::vector<LogFileEntry>& files) {
+void build_in_background(const QueryPlan& plan, const std::string& directory,
+                         const std::vector<LogFileEntry>& files) {
   std::string volume = canonical(plan.root);
-  std::string directory = IndexStore::default_directory();
   if (volume.empty() || directory.empty() || files.empty()) return;
   std::fflush(stdout);
   pid_t child = fork();

@@ -90,7 +90,10 @@ int run_query(const QueryOptions& options, time_t now, query::SettingsReader& se
     problems.fail(error);
     return kTrouble;
   }
-  if (options.build_index) return build_all_indexes(plan, problems);
+  std::string index_directory = options.index_directory.empty()
+                                    ? query::IndexStore::default_directory()
+                                    : options.index_directory;
+  if (options.build_index) return build_all_indexes(plan, index_directory, problems);
   Descriptor stop;
   if (plan.follow) {
     stop = take_stop_signals(&error);
@@ -105,14 +108,14 @@ int run_query(const QueryOptions& options, time_t now, query::SettingsReader& se
     return kTrouble;
   }
   if (!options.no_index && !plan.follow) {
-    search.use_index(query::IndexStore::default_directory(), geteuid());
+    search.use_index(index_directory, geteuid());
   }
   FdWriter standard_output(STDOUT_FILENO);
   if (plan.summary) {
     Summary summary(plan.summary_request);
     search.summarize(&summary);
     summary.print(plan.form, plan.terminal, terminal_width(), standard_output);
-    build_in_background(plan, search.files_to_index());
+    build_in_background(plan, index_directory, search.files_to_index());
     return exit_status(problems, summary.lines());
   }
 
@@ -120,7 +123,7 @@ int run_query(const QueryOptions& options, time_t now, query::SettingsReader& se
   TextWriter& out =
       plan.form == OutputForm::kTable ? static_cast<TextWriter&>(table) : standard_output;
   uint64_t matched = search.write_lines(out);
-  if (!plan.follow) build_in_background(plan, search.files_to_index());
+  if (!plan.follow) build_in_background(plan, index_directory, search.files_to_index());
   if (plan.follow) {
     std::unique_ptr<RecordFormatter> formatter = make_record_formatter(format_settings(plan));
     std::string pending;

@@ -62,6 +62,8 @@ class QueryRunTest : public ::testing::Test {
   // Runs the query with standard output into a file; its exit status and that output.
   std::pair<int, std::string> run(QueryOptions options) {
     options.root = dir.path();
+    // No index: it would be built by a process of its own after the test has ended.
+    options.no_index = true;
     std::string out_path = dir / "out";
     int out = open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     int saved = dup(STDOUT_FILENO);
@@ -151,6 +153,7 @@ TEST_F(QueryRunTest, RulesOnEveryWorker) {
 TEST_F(QueryRunTest, AVolumeThatCannotBeReadIsAnError) {
   QueryOptions options;
   options.root = dir / "nowhere";
+  options.no_index = true;
   EXPECT_EQ(run_query(options, kNow, *make_xml_settings_reader()), 2);
 }
 
