@@ -55,6 +55,8 @@ expect -rwxr-xr-x usr/sbin/sarvik usr/sbin/sarvik-check usr/bin/sarvik-send usr/
   usr/bin/sarvik-forwarding
 expect -rw-r--r-- usr/lib/systemd/system/sarvik.service \
   usr/lib/systemd/system/sarvik-forwarding.service \
+  usr/lib/systemd/system/sarvik-log-index.service usr/lib/systemd/system/sarvik-log-index.timer \
+  usr/lib/sarvik/sarvik-log-settings.so \
   usr/share/doc/sarvik/examples/rsyslog/sarvik-sender.conf \
   usr/share/doc/sarvik/examples/rsyslog/sarvik-collector.conf \
   usr/share/doc/sarvik/copyright usr/share/doc/sarvik/changelog.gz \
@@ -78,6 +80,11 @@ unit=$root/usr/lib/systemd/system/sarvik.service
 daemon=$(sed -n 's/^ExecStart=.* \(\/[^ ]*\)$/\1/p' "$unit")
 [ "$daemon" = /usr/sbin/sarvik ] || fail "the unit starts '$daemon', not /usr/sbin/sarvik"
 [ -x "$root$daemon" ] || fail "the unit's daemon $daemon is not in the package"
+# sarvik-log finds its settings module below its own prefix.
+[ -f "$root/usr/bin/../lib/sarvik/sarvik-log-settings.so" ] ||
+  fail "sarvik-log's settings module is not in ../lib/sarvik beside /usr/bin"
+ldd "$root/usr/bin/sarvik-log" | grep -q 'libxml' &&
+  fail "sarvik-log names the XML libraries: it would load them for every question"
 
 changelog=$root/changelog
 zcat "$root/usr/share/doc/sarvik/changelog.gz" >"$changelog"
@@ -87,7 +94,8 @@ logged=$(dpkg-parsechangelog -l "$changelog" -S Version)
 
 echo "--- systemd-analyze verify"
 # Its documentation check runs man, which finds the package's pages through MANPATH.
-for checked in "$unit" "$root/usr/lib/systemd/system/sarvik-forwarding.service"; do
+for checked in "$unit" "$root"/usr/lib/systemd/system/sarvik-{forwarding,log-index}.service \
+  "$root/usr/lib/systemd/system/sarvik-log-index.timer"; do
   if ! verdict=$(MANPATH=$root/usr/share/man systemd-analyze verify "$checked" 2>&1) ||
     [ -n "$verdict" ]; then
     echo "$verdict" >&2
