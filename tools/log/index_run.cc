@@ -78,7 +78,7 @@ int build_all_indexes(const QueryPlan& plan, const std::string& directory, Probl
       "removed, in %.2f s; indexes in %s\n",
       static_cast<unsigned long long>(total.built), total.index_bytes / 1e6, total.log_bytes / 1e6,
       static_cast<unsigned long long>(total.current), static_cast<unsigned long long>(removed),
-      seconds, directory.c_str());
+      seconds, (directory + "/" + IndexStore::volume_key(volume)).c_str());
   if (total.failed > 0) {
     problems.warn(std::to_string(total.failed) +
                   " closed file(s) could not be indexed (unreadable, or changed while read); they "
