@@ -162,11 +162,13 @@ BlockScanEnd FileScanner::scan_blocks(int fd, const std::string& file_name,
   uint64_t constant_line = from != nullptr && !backward ? from->next_line : 1;
 
   constexpr uint64_t kMostSpan = uint64_t{1} << 20;
+  constexpr uint64_t kWidestGap = 2 * kBlockBytes;
   for (size_t first = 0; first < todo.size();) {
-    // A run of blocks that lie next to each other, read at once.
+    // A run of blocks that lie close to each other, read at once: a call costs about as much
+    // as copying a few blocks that are not wanted between them.
     size_t last = first;
     auto next_to = [&](const ChosenBlock& a, const ChosenBlock& b) {
-      return backward ? b.end == a.begin : a.end == b.begin;
+      return backward ? a.begin - b.end <= kWidestGap : b.begin - a.end <= kWidestGap;
     };
     while (last + 1 < todo.size() && next_to(todo[last], todo[last + 1]) &&
            (backward ? todo[first].end - todo[last + 1].begin
