@@ -30,7 +30,7 @@ std::string unpacked_time(PackedTime time) {
 
 IndexQuestion::IndexQuestion(const RecordFilter& filter, const TimeRange& range,
                              bool access_columns)
-    : filter(filter), range(range), access_columns(access_columns) {
+    : filter(filter), range(range) {
   for (const std::vector<std::string>& alternatives : filter.required_texts(kShortestText)) {
     std::vector<std::vector<uint32_t>> trigram_sets;
     for (const std::string& text : alternatives) {

@@ -47,7 +47,6 @@ class IndexQuestion {
 
   const RecordFilter& filter;
   const TimeRange& range;
-  bool access_columns;
   // Per required text, its alternatives, each as the trigrams it holds.
   std::vector<std::vector<std::vector<uint32_t>>> texts;
   std::vector<AccessField> fields;  // the columns a filter tests

@@ -20,6 +20,7 @@ namespace {
 
 constexpr char kRootCache[] = "/var/cache/sarvik";
 constexpr char kSuffix[] = ".idx";
+constexpr char kTemporaryPrefix[] = ".new.";
 constexpr mode_t kDirMode = 0700;
 constexpr mode_t kFileMode = 0600;
 // A volume path longer than this is shown shortened in its directory's name; the hash beside
@@ -164,7 +165,8 @@ bool IndexStore::save(const std::string& month, const std::string& name,
   static std::atomic<unsigned> counter{0};
   std::string final_name = file_name_of(month, name);
   char temporary[64];
-  snprintf(temporary, sizeof temporary, ".new.%d.%u", static_cast<int>(getpid()), counter++);
+  snprintf(temporary, sizeof temporary, "%s%d.%u", kTemporaryPrefix, static_cast<int>(getpid()),
+           counter++);
   Descriptor file(openat(dir.get(), temporary, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                          kFileMode));
   if (!file.valid()) return false;
@@ -179,6 +181,22 @@ bool IndexStore::save(const std::string& month, const std::string& name,
 
 void IndexStore::remove(const std::string& month, const std::string& name) const {
   unlinkat(dir.get(), file_name_of(month, name).c_str(), 0);
+}
+
+size_t IndexStore::remove_leftovers(time_t before) const {
+  std::vector<DirEntry> entries;
+  if (!list_directory(dir.get(), &entries)) return 0;
+  size_t removed = 0;
+  for (const DirEntry& entry : entries) {
+    struct stat status;
+    if (entry.name.compare(0, sizeof kTemporaryPrefix - 1, kTemporaryPrefix) != 0 ||
+        fstatat(dir.get(), entry.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+        status.st_mtime >= before) {
+      continue;
+    }
+    removed += unlinkat(dir.get(), entry.name.c_str(), 0) == 0;
+  }
+  return removed;
 }
 
 bool IndexStore::list(std::vector<std::pair<std::string, std::string>>* files) const {

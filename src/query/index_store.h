@@ -3,9 +3,12 @@
 #define SARVIK_QUERY_INDEX_STORE_H_
 
 #include <sys/types.h>
+#include <time.h>
 
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "logstore/log_kinds.h"
 #include "query/tree_access.h"
@@ -62,6 +65,9 @@ class IndexStore {
   void remove(const std::string& month, const std::string& name) const;
   // The log files (month and name) that have an index here.
   bool list(std::vector<std::pair<std::string, std::string>>* files) const;
+  // Removes what a writer that was stopped midway left under a temporary name, when it was last
+  // changed before `before`. Returns how many.
+  size_t remove_leftovers(time_t before) const;
 
   // The name of a volume's directory: its path made readable, and a hash of the whole path.
   static std::string volume_key(const std::string& volume);

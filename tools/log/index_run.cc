@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <string>
 
 #include "logstore/log_kinds.h"
@@ -27,6 +28,8 @@ namespace {
 
 // The background build yields to everything else on the machine.
 constexpr int kBackgroundNice = 10;
+// Files under a temporary name this old are left over from a build that never finished.
+constexpr time_t kLeftoverAge = 3600;
 
 // The canonical path of the volume, which names its directory in the store; empty on failure.
 std::string canonical(const std::string& path) {
@@ -65,6 +68,9 @@ int build_all_indexes(const QueryPlan& plan, const std::string& directory, Probl
     std::vector<LogFileEntry> files = query::closed_files(tree, problems);
     BuildReport report = query::build_indexes(tree, store, files);
     removed += query::remove_other_indexes(store, files);
+    // A build that was stopped midway (the machine went down) left its file; one that runs now
+    // is younger than this.
+    store.remove_leftovers(time(nullptr) - kLeftoverAge);
     total.built += report.built;
     total.current += report.current;
     total.failed += report.failed;

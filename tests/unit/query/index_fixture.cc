@@ -80,6 +80,31 @@ std::vector<std::string> IndexFixture::write_random_tree(std::mt19937& random, s
   return written;
 }
 
+void IndexFixture::write_random_system_tree(std::mt19937& random, size_t files) {
+  const char* const texts[] = {"backup", "started",         "disk sda, sector 7",
+                               "Usb",    "mount,failed",    "severance_7731",
+                               "ok",     "temperature high"};
+  for (size_t file = 0; file < files; ++file) {
+    std::string month = file < files / 2 ? "202401" : "202402";
+    char name[64];
+    snprintf(name, sizeof name, "system_%s%02d000000.csv", month.c_str(), 1 + int(file));
+    std::string content = "\xEF\xBB\xBF";
+    for (size_t line = 0, lines = 300 + random() % 1500; line < lines; ++line) {
+      // The clients' own times: any day of the month, in any order.
+      char time[32];
+      snprintf(time, sizeof time, "%s/%s/%02d %02d:%02d:%02d", month.substr(0, 4).c_str(),
+               month.substr(4).c_str(), 1 + int(random() % 28), int(random() % 24),
+               int(random() % 60), int(random() % 60));
+      std::string text = random() % 300 == 0 ? "no time," : std::string(time) + ",";
+      text += std::string(pick(random, texts)) + "," + pick(random, texts) + "," +
+              (random() % 500 == 0 ? "severance_7731" : pick(random, texts));
+      content += text + "\r\n";
+    }
+    make_dirs(volume() + "/systemlog/" + month);
+    write_file(volume() + "/systemlog/" + month + "/" + name, content);
+  }
+}
+
 QueryPlan IndexFixture::plan_for(QueryOptions options) const {
   options.root = volume();
   if (options.output.empty()) options.output = "json";
@@ -123,15 +148,15 @@ Answer IndexFixture::ask(const QueryPlan& plan, bool indexed, bool paged, uid_t 
   return answer;
 }
 
-uint64_t IndexFixture::build_all() {
-  LogTree tree(volume(), kAccessLog);
+uint64_t IndexFixture::build_all(const LogKind& kind) {
+  LogTree tree(volume(), kind);
   std::string error;
   EXPECT_TRUE(tree.open(&error)) << error;
   IndexStore store(cache(), geteuid());
   char* resolved = realpath(volume().c_str(), nullptr);
   std::string canonical = resolved;
   free(resolved);
-  EXPECT_TRUE(store.open(canonical, kAccessLog, /*create=*/true));
+  EXPECT_TRUE(store.open(canonical, kind, /*create=*/true));
   CollectingProblems told;
   Problems problems(told);
   return build_indexes(tree, store, closed_files(tree, problems)).built;

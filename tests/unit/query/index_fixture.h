@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "collecting_writer.h"
+#include "logstore/log_kinds.h"
 #include "query/index_build.h"
 #include "query/search.h"
 #include "scan_collector.h"
@@ -42,6 +43,8 @@ class IndexFixture : public ::testing::Test {
   // Writes `files` files of random lines over three months below the volume, the last one
   // current; returns their paths relative to the access log, oldest first.
   std::vector<std::string> write_random_tree(std::mt19937& random, size_t files);
+  // The same for the system log: texts with commas now and then, times out of order.
+  void write_random_system_tree(std::mt19937& random, size_t files);
 
   // The plan of `options` over the volume, output as JSON (numbered lines) unless given.
   QueryPlan plan_for(QueryOptions options) const;
@@ -51,8 +54,8 @@ class IndexFixture : public ::testing::Test {
   Answer ask(const QueryPlan& plan, bool indexed, bool paged = false,
              uid_t owner = geteuid()) const;
 
-  // Builds the indexes of every closed file of the access log; returns how many were built.
-  uint64_t build_all();
+  // Builds the indexes of every closed file of the log; returns how many were built.
+  uint64_t build_all(const LogKind& kind = kAccessLog);
 
   ::sarvik::testing::ScopedTimeZone zone{::sarvik::testing::kUtc};
   ::sarvik::testing::TempDir dir;
