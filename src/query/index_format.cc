@@ -26,7 +26,6 @@ constexpr uint32_t kVersion = 1;
 constexpr size_t kHeaderBytes = 192;
 constexpr size_t kChecksumAt = 16;
 constexpr size_t kPartsAt = 112;
-constexpr size_t kBlockEntry = 16;
 constexpr size_t kGroupEntry = 16;
 constexpr size_t kFieldEntry = 48;
 constexpr size_t kValueEntry = 32;
@@ -59,7 +58,7 @@ void append_varint(std::string* out, uint32_t value) {
 }
 
 // The blocks part's size without and with its group times.
-size_t block_table_bytes(size_t blocks) { return (blocks * (kBlockEntry + 1) + 7) / 8 * 8; }
+size_t block_table_bytes(size_t blocks) { return (blocks * (16 + 1) + 7) / 8 * 8; }
 
 void pad_to_8(std::string* out) { out->append((8 - out->size() % 8) % 8, '\0'); }
 
@@ -97,7 +96,7 @@ std::string serialize_index(const IndexContent& c) {
 
   parts[0][0] = out.size();
   for (const IndexContent::Block& block : c.blocks) {
-    append(&out, block.offset);
+    append(&out, block.offset);  // 16 bytes a block
     append(&out, block.first_line);
     append(&out, block.hash);
   }
@@ -227,6 +226,7 @@ bool IndexView::open(std::string_view data) {
     parts[p]->verified = 0;
     if (!within(parts[p]->offset, parts[p]->size, bytes.size())) return false;
   }
+  group_times = blocks_part.offset + block_table_bytes(blocks_count);
   bool rows_valid = rows >= kLeastBloomRows && rows <= kMostBloomRows && (rows & (rows - 1)) == 0;
   return records_end_offset <= file.size && rows_valid &&
          (field_count == 0 || field_count == kFieldGroups) &&
@@ -294,40 +294,6 @@ bool IndexView::fields_intact() {
     }
   }
   return true;
-}
-
-uint64_t IndexView::block_offset(size_t block) const {
-  return get<uint32_t>(at(blocks_part.offset + block * kBlockEntry));
-}
-
-uint64_t IndexView::block_end(size_t block) const {
-  return block + 1 < blocks_count ? block_offset(block + 1) : records_end_offset;
-}
-
-uint32_t IndexView::block_first_line(size_t block) const {
-  return get<uint32_t>(at(blocks_part.offset + block * kBlockEntry + 4));
-}
-
-uint64_t IndexView::block_hash(size_t block) const {
-  return get<uint64_t>(at(blocks_part.offset + block * kBlockEntry + 8));
-}
-
-uint8_t IndexView::block_flags(size_t block) const {
-  return static_cast<uint8_t>(*at(blocks_part.offset + blocks_count * kBlockEntry + block));
-}
-
-PackedTime IndexView::group_earliest(size_t group) const {
-  return get<uint64_t>(
-      at(blocks_part.offset + block_table_bytes(blocks_count) + group * kGroupEntry));
-}
-
-PackedTime IndexView::group_latest(size_t group) const {
-  return get<uint64_t>(
-      at(blocks_part.offset + block_table_bytes(blocks_count) + group * kGroupEntry + 8));
-}
-
-uint64_t IndexView::bloom_word(size_t row, size_t word) const {
-  return get<uint64_t>(at(bloom_part.offset + (row * words_per_row() + word) * 8));
 }
 
 bool IndexView::group_indexed(size_t group) const {

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -128,16 +129,31 @@ class IndexView {
   bool fields_intact();
 
   // A block's place, number and hash; its end is the next block's offset, or records_end.
-  uint64_t block_offset(size_t block) const;
-  uint64_t block_end(size_t block) const;
-  uint32_t block_first_line(size_t block) const;
-  uint64_t block_hash(size_t block) const;
-  uint8_t block_flags(size_t block) const;
-  PackedTime group_earliest(size_t group) const;
-  PackedTime group_latest(size_t group) const;
+  // Valid once blocks_intact; called for every block of a file, so they are inline.
+  uint64_t block_offset(size_t block) const {
+    return read<uint32_t>(blocks_part.offset + block * kBlockEntry);
+  }
+  uint64_t block_end(size_t block) const {
+    return block + 1 < blocks_count ? block_offset(block + 1) : records_end_offset;
+  }
+  uint32_t block_first_line(size_t block) const {
+    return read<uint32_t>(blocks_part.offset + block * kBlockEntry + 4);
+  }
+  uint64_t block_hash(size_t block) const {
+    return read<uint64_t>(blocks_part.offset + block * kBlockEntry + 8);
+  }
+  uint8_t block_flags(size_t block) const {
+    return read<uint8_t>(blocks_part.offset + blocks_count * kBlockEntry + block);
+  }
+  PackedTime group_earliest(size_t group) const { return read<uint64_t>(group_times + group * 16); }
+  PackedTime group_latest(size_t group) const {
+    return read<uint64_t>(group_times + group * 16 + 8);
+  }
   uint32_t bloom_rows() const { return rows; }
-  // Word `word` of row `row` of the signature: a bit per group.
-  uint64_t bloom_word(size_t row, size_t word) const;
+  // Word `word` of row `row` of the signature: a bit per group. Valid once bloom_intact.
+  uint64_t bloom_word(size_t row, size_t word) const {
+    return read<uint64_t>(bloom_part.offset + (row * words_per_row() + word) * 8);
+  }
 
   // The field groups (see kFieldGroups): whether one was kept, its combinations, and the text
   // of one column of a combination.
@@ -157,6 +173,13 @@ class IndexView {
   };
   bool part_intact(Part& part);
   const char* at(uint64_t offset) const { return bytes.data() + offset; }
+  template <typename Number>
+  Number read(uint64_t offset) const {
+    Number value;
+    std::memcpy(&value, bytes.data() + offset, sizeof value);
+    return value;
+  }
+  static constexpr size_t kBlockEntry = 16;
   // The field descriptor's values table, and its strings and lists.
   const char* value_entry(size_t group, size_t value) const;
 
@@ -168,6 +191,7 @@ class IndexView {
   uint32_t rows = 0;
   uint32_t field_count = 0;
   Part blocks_part, bloom_part, fields_part;
+  uint64_t group_times = 0;  // where the groups' times begin
   struct FieldPart {
     uint32_t values = 0;
     bool indexed = false;

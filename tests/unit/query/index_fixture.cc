@@ -81,9 +81,8 @@ std::vector<std::string> IndexFixture::write_random_tree(std::mt19937& random, s
 }
 
 void IndexFixture::write_random_system_tree(std::mt19937& random, size_t files) {
-  const char* const texts[] = {"backup", "started",         "disk sda, sector 7",
-                               "Usb",    "mount,failed",    "severance_7731",
-                               "ok",     "temperature high"};
+  const char* const texts[] = {"backup",       "started", "disk sda sector 7", "Usb",
+                               "mount failed", "ok",      "temperature high"};
   for (size_t file = 0; file < files; ++file) {
     std::string month = file < files / 2 ? "202401" : "202402";
     char name[64];
@@ -95,9 +94,11 @@ void IndexFixture::write_random_system_tree(std::mt19937& random, size_t files) 
       snprintf(time, sizeof time, "%s/%s/%02d %02d:%02d:%02d", month.substr(0, 4).c_str(),
                month.substr(4).c_str(), 1 + int(random() % 28), int(random() % 24),
                int(random() % 60), int(random() % 60));
-      std::string text = random() % 300 == 0 ? "no time," : std::string(time) + ",";
+      // Now and then no time, or a text with a comma: lines that the scan counts apart.
+      std::string text = random() % 3000 == 0 ? "no time," : std::string(time) + ",";
+      if (random() % 2000 == 0) text += "mount,failed,";
       text += std::string(pick(random, texts)) + "," + pick(random, texts) + "," +
-              (random() % 500 == 0 ? "severance_7731" : pick(random, texts));
+              (random() % 4000 == 0 ? "severance_7731" : pick(random, texts));
       content += text + "\r\n";
     }
     make_dirs(volume() + "/systemlog/" + month);

@@ -163,6 +163,7 @@ TEST_F(IndexFixture, SystemLinesAnswerAsTheScanWithAndWithoutTheIndex) {
         break;
       case 1:
         options.filters.greps = {random() % 2 ? "mount,failed" : "usb|disk"};
+        if (random() % 2) options.filters.greps.push_back("sector [0-9]");
         break;
       case 2:
         options.filters.texts = {"backup", "Usb"};
