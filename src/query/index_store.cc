@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <pwd.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,6 +22,7 @@ namespace {
 constexpr char kRootCache[] = "/var/cache/sarvik";
 constexpr char kSuffix[] = ".idx";
 constexpr char kTemporaryPrefix[] = ".new.";
+constexpr char kLockName[] = ".lock";
 constexpr mode_t kDirMode = 0700;
 constexpr mode_t kFileMode = 0600;
 // A volume path longer than this is shown shortened in its directory's name; the hash beside
@@ -181,6 +183,17 @@ bool IndexStore::save(const std::string& month, const std::string& name,
 
 void IndexStore::remove(const std::string& month, const std::string& name) const {
   unlinkat(dir.get(), file_name_of(month, name).c_str(), 0);
+}
+
+Descriptor IndexStore::lock_builders(bool wait) const {
+  Descriptor lock(
+      openat(dir.get(), kLockName, O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, kFileMode));
+  if (!lock.valid()) return lock;
+  int taken;
+  do {
+    taken = flock(lock.get(), LOCK_EX | (wait ? 0 : LOCK_NB));
+  } while (taken != 0 && errno == EINTR);
+  return taken == 0 ? std::move(lock) : Descriptor();
 }
 
 size_t IndexStore::remove_leftovers(time_t before) const {

@@ -65,6 +65,10 @@ class IndexStore {
   void remove(const std::string& month, const std::string& name) const;
   // The log files (month and name) that have an index here.
   bool list(std::vector<std::pair<std::string, std::string>>* files) const;
+  // Takes the store's lock of builders, waiting for it when `wait`; invalid when it is taken
+  // (and `wait` is not set) or cannot be had. One builder at a time: a burst of questions
+  // that each find files to index starts one build, not one each. Released when closed.
+  Descriptor lock_builders(bool wait) const;
   // Removes what a writer that was stopped midway left under a temporary name, when it was last
   // changed before `before`. Returns how many.
   size_t remove_leftovers(time_t before) const;

@@ -65,6 +65,8 @@ int build_all_indexes(const QueryPlan& plan, const std::string& directory, Probl
       problems.fail(directory + ": cannot keep indexes there (missing, or not the user's own)");
       return query::kTrouble;
     }
+    // After a build behind a question, if one runs: it would write the same indexes.
+    query::Descriptor lock = store.lock_builders(/*wait=*/true);
     std::vector<LogFileEntry> files = query::closed_files(tree, problems);
     BuildReport report = query::build_indexes(tree, store, files);
     removed += query::remove_other_indexes(store, files);
@@ -112,7 +114,11 @@ void build_in_background(const QueryPlan& plan, const std::string& directory,
   LogTree tree(plan.root, plan.kind);
   IndexStore store(directory, geteuid());
   std::string error;
-  if (tree.open(&error) && store.open(volume, plan.kind, /*create=*/true)) {
+  // While another build runs this one leaves the files to the next question: building them
+  // twice at once would only slow the machine.
+  query::Descriptor lock;
+  if (tree.open(&error) && store.open(volume, plan.kind, /*create=*/true) &&
+      (lock = store.lock_builders(/*wait=*/false)).valid()) {
     query::build_indexes(tree, store, files);
   }
   _exit(0);

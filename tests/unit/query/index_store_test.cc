@@ -91,5 +91,20 @@ TEST_F(IndexStoreTest, RemovesWhatAStoppedWriterLeftOnceItIsOld) {
   EXPECT_TRUE(exists(log_dir() + "/.new.4712.0"));
 }
 
+TEST_F(IndexStoreTest, OneBuilderAtATime) {
+  ASSERT_TRUE(store.open("/mnt/data/logs", kAccessLog, /*create=*/true));
+  IndexStore other(dir / "cache", geteuid());
+  ASSERT_TRUE(other.open("/mnt/data/logs", kAccessLog, /*create=*/false));
+  {
+    Descriptor first = store.lock_builders(/*wait=*/false);
+    ASSERT_TRUE(first.valid());
+    EXPECT_FALSE(other.lock_builders(/*wait=*/false).valid());
+  }
+  EXPECT_TRUE(other.lock_builders(/*wait=*/false).valid());
+  std::vector<std::pair<std::string, std::string>> files;
+  ASSERT_TRUE(store.list(&files));
+  EXPECT_TRUE(files.empty());  // the lock is no index
+}
+
 }  // namespace
 }  // namespace sarvik::query
