@@ -50,8 +50,8 @@ inline constexpr size_t kBlockBytes = 4096;
 // The trigram signature and the times are kept per group of this many blocks: large enough that
 // the signature costs little beside the bytes, small enough to leave most groups out.
 inline constexpr size_t kGroupBlocks = 8;
-// The signature's rows, a power of two: enough that a trigram absent from a group is found
-// absent about two times in three.
+// The bounds of the signature's rows, a power of two that the builder sizes to the file's
+// groups (see IndexBuilder::finish).
 inline constexpr size_t kLeastBloomRows = 64;
 inline constexpr size_t kMostBloomRows = 16384;
 
