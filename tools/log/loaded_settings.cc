@@ -28,7 +28,7 @@ bool LoadedSettings::load(const std::string& path, std::string* error) {
     void* module = nullptr;
     std::string tried;
     for (const std::string& candidate :
-         {dir + kSettingsModule, dir + "../lib/sarvik/" + kSettingsModule}) {
+         {dir + kSettingsModule, dir + SARVIK_SETTINGS_MODULE_DIR + kSettingsModule}) {
       // Never unloaded: the rules it reads keep pointing into it.
       module = dlopen(candidate.c_str(), RTLD_NOW | RTLD_LOCAL);
       if (module != nullptr) break;

@@ -11,7 +11,8 @@
 namespace sarvik::log_tool {
 
 // The name of the module, found beside the program (in its build tree) or in the private
-// library directory below the program's prefix (../lib/sarvik/ of an installed /usr/bin).
+// library directory below the program's prefix (../lib/x86_64-linux-gnu/sarvik/ of an
+// installed /usr/bin on Debian).
 inline constexpr char kSettingsModule[] = "sarvik-log-settings.so";
 
 // Loads the module at the first load() and hands every call to the reader it makes. Most
