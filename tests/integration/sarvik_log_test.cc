@@ -276,7 +276,12 @@ std::vector<std::string> access_indexes() {
   std::vector<std::string> found;
   for (const std::string& volume : list_dir("/var/cache/sarvik")) {
     std::string dir = "/var/cache/sarvik/" + volume + "/accesslog";
-    for (const std::string& name : list_dir(dir)) found.push_back(dir + "/" + name);
+    for (const std::string& name : list_dir(dir)) {
+      // The builders' lock file lies beside them.
+      if (name.size() > 4 && name.compare(name.size() - 4, 4, ".idx") == 0) {
+        found.push_back(dir + "/" + name);
+      }
+    }
   }
   return found;
 }
