@@ -22,8 +22,7 @@ using Pattern = AlertInfo::AlertPattern;
 // The event's fields as the rules receive them: the result in its brief form.
 using RuleFields = AccessFields;
 
-std::string period_failure(const ConfigXml& config, const AlertInfo& rule,
-                           const struct tm& local) {
+std::string period_failure(const ConfigXml& config, const AlertInfo& rule, const struct tm& local) {
   std::string day = weekday_name(config, local);
   std::string moment = clock_text(local.tm_hour, local.tm_min);
   if (rule.period_not) {
@@ -163,8 +162,8 @@ void dry_run_event(const EventFields& event, ConfigXml& config, const std::strin
   RuleFields fields = rule_fields(event);
   struct tm local;
   localtime_r(&event.time, &local);
-  out << "event: " << format_time(event.time) << " (" << weekday_name(config, local)
-      << "), user " << quoted(fields.user) << ", host " << quoted(fields.host) << ", address "
+  out << "event: " << format_time(event.time) << " (" << weekday_name(config, local) << "), user "
+      << quoted(fields.user) << ", host " << quoted(fields.host) << ", address "
       << quoted(fields.ipaddr) << ", operation " << quoted(fields.operation) << ", result "
       << quoted(fields.result) << ", share " << quoted(fields.share) << ", path "
       << quoted(fields.path) << "\n";
