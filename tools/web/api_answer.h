@@ -2,6 +2,7 @@
 #ifndef SARVIK_TOOLS_WEB_API_ANSWER_H_
 #define SARVIK_TOOLS_WEB_API_ANSWER_H_
 
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -38,15 +39,26 @@ class WarningList : public query::ProblemSink {
 // Appends "warnings":[...] (no comma before it).
 void append_warnings(std::string* out, const std::vector<std::string>& warnings);
 
-// Text written in one piece into a string.
+// Text written into a string, up to `most` bytes: beyond them a write fails, and the writer
+// says so, so that one answer cannot take the memory of the whole machine (a file below the
+// volume may hold records of megabytes, put there by anyone).
 class StringWriter : public query::TextWriter {
  public:
+  explicit StringWriter(size_t most = SIZE_MAX) : most(most) {}
   bool write(std::string_view piece) override {
+    if (piece.size() > most - text.size()) {
+      overflowed = true;
+      return false;
+    }
     text.append(piece);
     return true;
   }
-  bool flush() override { return true; }
+  bool flush() override { return !overflowed; }
   std::string text;
+  bool overflowed = false;
+
+ private:
+  size_t most;
 };
 
 // Appends the JSON objects of `lines` (one a line, each ending in a line feed, as the JSON

@@ -12,6 +12,8 @@ namespace sarvik::web {
 namespace {
 
 constexpr uint64_t kDefaultPageLines = 100;
+// The most text a page may hold; the records of the service are a few hundred bytes each.
+constexpr size_t kMostPageBytes = size_t{32} * 1024 * 1024;
 
 }  // namespace
 
@@ -51,9 +53,14 @@ Response answer_lines(ApiContext& context, const Parameters& parameters) {
   query::Problems problems(warnings);
   query::Search search(plan, problems);
   if (!search.open(/*follow=*/false, &error)) return error_response(500, error);
-  StringWriter lines;
+  StringWriter lines(kMostPageBytes);
   std::optional<query::LogPosition> next;
   search.write_lines(lines, from ? &*from : nullptr, &next);
+  if (lines.overflowed) {
+    return error_response(413, "the page would hold more than " +
+                                   std::to_string(kMostPageBytes >> 20) +
+                                   " MiB of lines: ask fewer of them (limit)");
+  }
 
   std::string body = "{\"lines\":";
   append_json_array(&body, lines.text);

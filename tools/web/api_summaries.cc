@@ -43,43 +43,57 @@ std::string json_rows(const query::Summary& summary) {
   return array;
 }
 
+// Reads the parameters an endpoint takes, lets `adjust` complete the options (or refuse with a
+// message), plans and counts. The answer to give instead when any step fails.
+template <typename Adjust>
+bool plan_and_summarize(ApiContext& context, const Parameters& parameters, unsigned accepted,
+                        const Adjust& adjust, query::QueryPlan* plan,
+                        std::unique_ptr<query::Summary>* summary,
+                        std::vector<std::string>* warnings, Response* refusal) {
+  ApiQuery asked;
+  std::string error;
+  if (!read_api_query(parameters, accepted, &asked, &error) || !adjust(&asked, &error)) {
+    *refusal = error_response(400, error);
+    return false;
+  }
+  if (!plan_query(context.settings, asked.options, plan, refusal)) return false;
+  summary->reset(new query::Summary(plan->summary_request));
+  return summarize(context, *plan, summary->get(), warnings, refusal);
+}
+
 }  // namespace
 
 Response answer_count(ApiContext& context, const Parameters& parameters) {
-  ApiQuery asked;
-  std::string error;
-  if (!read_api_query(parameters, kFilterParameters, &asked, &error)) {
-    return error_response(400, error);
-  }
-  asked.options.count = true;
   query::QueryPlan plan;
-  Response refusal;
-  if (!plan_query(context.settings, asked.options, &plan, &refusal)) return refusal;
-  query::Summary summary(plan.summary_request);
+  std::unique_ptr<query::Summary> summary;
   std::vector<std::string> warnings;
-  if (!summarize(context, plan, &summary, &warnings, &refusal)) return refusal;
-  std::string body = "{\"count\":" + std::to_string(summary.lines()) + ",";
+  Response refusal;
+  auto count = [](ApiQuery* asked, std::string*) { return asked->options.count = true; };
+  if (!plan_and_summarize(context, parameters, kFilterParameters, count, &plan, &summary, &warnings,
+                          &refusal)) {
+    return refusal;
+  }
+  std::string body = "{\"count\":" + std::to_string(summary->lines()) + ",";
   append_warnings(&body, warnings);
   body += '}';
   return json_response(200, std::move(body));
 }
 
 Response answer_stats(ApiContext& context, const Parameters& parameters) {
-  ApiQuery asked;
-  std::string error;
-  if (!read_api_query(parameters, kFilterParameters | kStatsParameters, &asked, &error)) {
-    return error_response(400, error);
-  }
-  if (asked.options.stats.empty()) {
-    return error_response(400, "'stats' names the fields to count by: stats=FIELD[,FIELD]");
-  }
   query::QueryPlan plan;
-  Response refusal;
-  if (!plan_query(context.settings, asked.options, &plan, &refusal)) return refusal;
-  query::Summary summary(plan.summary_request);
+  std::unique_ptr<query::Summary> summary;
   std::vector<std::string> warnings;
-  if (!summarize(context, plan, &summary, &warnings, &refusal)) return refusal;
-  std::string body = "{\"stats\":" + json_rows(summary) + ",";
+  Response refusal;
+  auto fields_given = [](ApiQuery* asked, std::string* error) {
+    if (!asked->options.stats.empty()) return true;
+    *error = "'stats' names the fields to count by: stats=FIELD[,FIELD]";
+    return false;
+  };
+  if (!plan_and_summarize(context, parameters, kFilterParameters | kStatsParameters, fields_given,
+                          &plan, &summary, &warnings, &refusal)) {
+    return refusal;
+  }
+  std::string body = "{\"stats\":" + json_rows(*summary) + ",";
   append_warnings(&body, warnings);
   body += '}';
   return json_response(200, std::move(body));

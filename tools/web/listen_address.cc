@@ -73,8 +73,10 @@ int open_listener(const ListenAddress& address, std::string* error) {
       unlink(address.socket_path.c_str());  // failure ignored: bind then says why
     }
     int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    // Anyone on the machine may connect, as to the loopback address: the token is the gate,
+    // and the reverse proxy in front runs as a user of its own.
     if (fd < 0 || bind(fd, reinterpret_cast<sockaddr*>(&local), sizeof local) != 0 ||
-        listen(fd, kBacklog) != 0) {
+        chmod(address.socket_path.c_str(), 0666) != 0 || listen(fd, kBacklog) != 0) {
       *error = with_reason(address.socket_path);
       if (fd >= 0) close(fd);
       return -1;

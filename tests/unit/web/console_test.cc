@@ -404,6 +404,19 @@ TEST_F(ConsoleTest, AnExponentialExpressionElsewhereIsLinearHere) {
   EXPECT_EQ(get(("/api/count"), {{"grep", huge}}).status, 400);
 }
 
+TEST_F(ConsoleTest, APageOfOverlongRecordsIsRefusedNotHeld) {
+  // Anyone may write below the volume: records of megabytes of control bytes, each six times
+  // as long in JSON.
+  std::string record =
+      "2024/03/05 00:00:00,mallory,pc,ip,open_read,ok,docs," + std::string(3 * 1024 * 1024, '\x01');
+  make_dirs(root + "/accesslog/202403");
+  write_file(root + "/accesslog/202403/access_20240305000000.csv",
+             record + "\r\n" + record + "\r\n" + record + "\r\n");
+  json refused = get_json("/api/lines", {{"user", "mallory"}}, 413);
+  EXPECT_NE(refused["error"].get<std::string>().find("ask fewer"), std::string::npos);
+  EXPECT_EQ(get_json("/api/lines", {{"user", "mallory"}, {"limit", "1"}})["lines"].size(), 1u);
+}
+
 TEST_F(ConsoleTest, FollowSendsOnlyLinesWrittenAfterTheRequest) {
   std::string file = root + "/accesslog/202403/access_20240302000000.csv";
   append_file(file, "2024/03/02 09:00:00,dave,pc1,192.0.2.1,open_read,ok,docs,old.txt\r\n");
