@@ -172,6 +172,21 @@ TEST_F(SarvikWeb, FollowShowsARecordSentWithSarvikSendWithinThreeSeconds) {
   EXPECT_EQ(text.find("\"user\":\"alice\""), std::string::npos);
 }
 
+TEST_F(SarvikWeb, FollowGoesOnIntoANewMonthDirectory) {
+  HttpStream following(address, "/api/follow?kind=system", {"Authorization: Bearer " + token});
+  ASSERT_TRUE(following.wait_for("text/event-stream", 5s)) << following.received();
+  // A client's time in a month that has no directory yet, then one of now.
+  std::string may_2031 = std::to_string(1935396000);  // 2031-05-01 12:00:00 in Berlin
+  ASSERT_EQ(send_records({"system\t" + may_2031 + "\tfuture\tmonth\tx",
+                          "system\t" + std::to_string(time(nullptr)) + "\tpresent\tmonth\ty"})
+                .status,
+            0);
+  EXPECT_TRUE(exists(std::string(kLogVolume) + "/systemlog/203105"));
+  EXPECT_TRUE(following.wait_for("\"time\":\"2031-05-01T12:00:00+02:00\"", 3s))
+      << following.received();
+  EXPECT_TRUE(following.wait_for("\"text1\":\"present\"", 3s)) << following.received();
+}
+
 TEST_F(SarvikWeb, PagesAreAnsweredWhileTheServiceWrites) {
   send_access(40, {"alice", "bob"});
   std::atomic<bool> writing{true};
