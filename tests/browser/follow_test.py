@@ -1,0 +1,124 @@
+"""Live follow with the real service writing: a record sent with sarvik-send shows at once.
+
+Runs inside a private mount namespace of its own (CTest starts it under `unshare`), with fresh
+tmpfs on /mnt, /tmp and /var/lock, so the service has its real fixed paths and the host's are
+never touched."""
+
+import os
+import shutil
+import socket
+import subprocess
+import tempfile
+import time
+import unittest
+
+from selenium.webdriver.common.by import By
+
+import logvolume
+from console_harness import Browser, WebServer, program
+
+SETTINGS = "/mnt/data/xmlconf/config-sarvik.xml"
+VOLUME = "/mnt/data/logs"
+
+
+def enter_fresh_volumes():
+    """Mounts empty tmpfs on the service's directories; refuses outside a private namespace."""
+    if os.getuid() != 0:
+        raise RuntimeError("the live test needs root for its mount namespace")
+    if os.readlink("/proc/self/ns/mnt") == os.readlink("/proc/1/ns/mnt"):
+        raise RuntimeError("not in a private mount namespace: run it through ctest (unshare)")
+    for directory in ("/mnt", "/tmp", "/var/lock"):
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "mode=0755", "tmpfs", directory], check=True)
+    os.chmod("/tmp", 0o1777)
+    for directory in ("/mnt/data/xmlconf", "/mnt/data/conf/sarvik", VOLUME):
+        os.makedirs(directory)
+
+
+def send(*fields):
+    subprocess.run([program("SARVIK_SEND"), "access"] + list(fields), check=True, timeout=10)
+
+
+class LiveFollow(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        enter_fresh_volumes()
+        cls.work = tempfile.mkdtemp(prefix="sarvik-browser-")
+        logvolume.generate(VOLUME)
+        logvolume.write_settings(SETTINGS, VOLUME)
+        cls.service_log = open(os.path.join(cls.work, "sarvik.log"), "wb")
+        cls.service = subprocess.Popen([program("SARVIK_DAEMON")], stdout=cls.service_log,
+                                       stderr=subprocess.STDOUT)
+        cls.server = None
+        cls.browser = None
+        try:
+            cls.wait_for_socket()
+            cls.server = WebServer(cls.work, SETTINGS)
+            cls.browser = Browser(cls.work)
+            cls.browser.driver.get(cls.server.login_url())
+        except BaseException:
+            cls.tearDownClass()
+            raise
+
+    @classmethod
+    def wait_for_socket(cls):
+        deadline = time.monotonic() + 10
+        while True:
+            try:
+                with socket.socket(socket.AF_UNIX) as probe:
+                    probe.connect("/tmp/sarvik")
+                return
+            except OSError:
+                if cls.service.poll() is not None or time.monotonic() > deadline:
+                    raise RuntimeError("the service did not come up")
+                time.sleep(0.05)
+
+    @classmethod
+    def tearDownClass(cls):
+        if cls.browser:
+            cls.browser.quit()
+        if cls.server:
+            cls.server.stop()
+        cls.service.kill()
+        cls.service.wait()
+        cls.service_log.close()
+        shutil.rmtree(cls.work, ignore_errors=True)
+
+    def follow(self, query):
+        self.browser.driver.get(self.server.base + "/" + query)
+        self.browser.wait_shown()
+        self.browser.wait(lambda: self.browser.run(
+            "return document.getElementById('live-state').textContent") == "Live")
+
+    def top_row(self):
+        rows = self.browser.rows()
+        return rows[0] if rows else None
+
+    def test_sent_record_appears_under_follow_within_3_seconds(self):
+        self.follow("?kind=access&follow=1")
+        before = len(self.browser.rows())
+        sent = time.monotonic()
+        send("Zoe", "pc9", "192.0.2.99", "open", "1", "0", "docs", "r|live/new,report.txt")
+        self.browser.wait(lambda: len(self.browser.rows()) > before, timeout=3,
+                          message="the record did not show within 3 s")
+        print("shown %.2f s after it was sent" % (time.monotonic() - sent))
+        self.assertEqual(self.top_row()[1:8], [
+            "zoe", "pc9", "192.0.2.99", "open_read", "ok", "docs", "live/new,report.txt"])
+        self.browser.screenshot("follow")
+        self.assertEqual(self.browser.errors(), [])
+
+    def test_follow_keeps_to_the_filter_and_holds_lines_while_paused(self):
+        self.follow("?kind=access&user=yann&follow=1")
+        self.assertEqual(self.browser.rows(), [])
+        self.browser.driver.find_element(By.ID, "pause").click()
+        send("someone", "pc9", "192.0.2.99", "delete", "1", "0", "docs", "other.txt")
+        send("yann", "pc9", "192.0.2.99", "delete", "1", "0", "docs", "held.txt")
+        self.browser.wait(lambda: self.browser.run(
+            "return document.getElementById('live-state').textContent") == "Paused · 1 new",
+            timeout=3)
+        self.assertEqual(self.browser.rows(), [])
+        self.browser.driver.find_element(By.ID, "pause").click()
+        self.assertEqual([row[7] for row in self.browser.rows()], ["held.txt"])
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
