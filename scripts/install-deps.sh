@@ -13,6 +13,7 @@ packages=(
   dpkg-dev file lintian groff-base man-db systemd procps
   clang libclang-rt-dev clang-format clang-tidy git
   rsyslog rsyslog-relp
+  chromium chromium-driver python3-selenium
 )
 
 # Tools of a benchmark, named by its runner.
