@@ -5,6 +5,7 @@ import {count, element, plural} from './text.js';
 
 const SVG = 'http://www.w3.org/2000/svg';
 const HEIGHT = 100;  // the drawing's own units; the SVG is stretched to the box
+const SLOTS = 40;    // fewer buckets than this are drawn as narrow bars in the middle
 
 function svg(tag, attributes) {
   const made = document.createElementNS(SVG, tag);
@@ -23,6 +24,7 @@ export class Histogram {
     this.anchor = -1;  // where a drag or a Shift selection began
     this.focus = 0;    // the bar that takes the keyboard
     this.dragging = false;
+    this.offset = 0;   // drawing units left free before the first bar
 
     this.caption = element('p', 'chart-caption');
     this.caption.id = 'chart-caption';
@@ -80,8 +82,12 @@ export class Histogram {
       return;
     }
     const highest = Math.max(1, ...this.buckets.map((bucket) => bucket.count));
-    const width = this.buckets.length * 10;
-    this.drawing.setAttribute('viewBox', `0 0 ${width} ${HEIGHT}`);
+    const slots = Math.max(SLOTS, this.buckets.length);
+    this.offset = (slots - this.buckets.length) * 5;
+    this.drawing.setAttribute('viewBox', `${-this.offset} 0 ${slots * 10} ${HEIGHT}`);
+    this.axis.style.paddingInline = `${(100 * this.offset) / (slots * 10)}%`;
+    this.axis.classList.toggle('single', this.buckets.length === 1);
+    if (this.buckets.length === 1) this.axis.style.paddingInline = '0';
     const bars = this.buckets.map((bucket, index) => {
       const height = bucket.count === 0 ? 0 : Math.max(2, (bucket.count / highest) * HEIGHT);
       // A full-height transparent hit area keeps low bars easy to click and to drag over.
@@ -178,7 +184,9 @@ export class Histogram {
   barAt(event) {
     const box = this.drawing.getBoundingClientRect();
     if (box.width === 0 || this.buckets.length === 0) return -1;
-    const index = Math.floor(((event.clientX - box.left) / box.width) * this.buckets.length);
+    const slots = Math.max(SLOTS, this.buckets.length);
+    const slot = ((event.clientX - box.left) / box.width) * slots - this.offset / 10;
+    const index = Math.floor(slot);
     return Math.max(0, Math.min(this.buckets.length - 1, index));
   }
 
