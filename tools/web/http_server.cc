@@ -135,11 +135,13 @@ MHD_Result answer_request(void* server_pointer, MHD_Connection* connection, cons
 HttpServer::~HttpServer() { stop(); }
 
 bool HttpServer::start(int fd, std::string* error) {
-  daemon = MHD_start_daemon(
-      MHD_USE_POLL_INTERNAL_THREAD | MHD_USE_THREAD_PER_CONNECTION | MHD_USE_ERROR_LOG, 0, nullptr,
-      nullptr, answer_request, this, MHD_OPTION_LISTEN_SOCKET, fd, MHD_OPTION_CONNECTION_LIMIT,
-      limits.most_connections, MHD_OPTION_CONNECTION_TIMEOUT, limits.idle_timeout_seconds,
-      MHD_OPTION_CONNECTION_MEMORY_LIMIT, limits.request_memory, MHD_OPTION_END);
+  daemon =
+      MHD_start_daemon(MHD_USE_POLL_INTERNAL_THREAD | MHD_USE_THREAD_PER_CONNECTION | MHD_USE_ITC |
+                           MHD_USE_ERROR_LOG,
+                       0, nullptr, nullptr, answer_request, this, MHD_OPTION_LISTEN_SOCKET, fd,
+                       MHD_OPTION_CONNECTION_LIMIT, limits.most_connections,
+                       MHD_OPTION_CONNECTION_TIMEOUT, limits.idle_timeout_seconds,
+                       MHD_OPTION_CONNECTION_MEMORY_LIMIT, limits.request_memory, MHD_OPTION_END);
   if (daemon == nullptr) {
     *error = "cannot start the HTTP server";
     close(fd);
