@@ -78,6 +78,40 @@ class Filters(ConsoleTest):
         self.assertEqual(len(rows), len(expected))
         self.assertTrue(all(row[1] == "carol" for row in rows))
 
+    def test_keyboard_alone_filters_moves_through_rows_and_opens_one(self):
+        self.open()
+        driver = self.browser.driver
+        driver.find_element(By.TAG_NAME, "body").send_keys("/")
+        self.assertEqual(driver.switch_to.active_element.get_attribute("id"), "f-user")
+        driver.switch_to.active_element.send_keys("alice", Keys.ENTER)
+        self.browser.wait_shown()
+        for _ in range(80):
+            active = driver.switch_to.active_element
+            if active.tag_name == "tr":
+                break
+            active.send_keys(Keys.TAB)
+        else:
+            self.fail("Tab never reached the lines")
+        rows = self.browser.rows()
+        active.send_keys(Keys.ARROW_DOWN)
+        driver.switch_to.active_element.send_keys(Keys.ARROW_DOWN, Keys.ENTER)
+        detail = driver.find_element(By.ID, "detail")
+        self.browser.wait(detail.is_displayed)
+        self.assertIn(rows[2][7], detail.text)
+        self.assertIn(rows[2][0], detail.text)
+        driver.switch_to.active_element.send_keys(Keys.ESCAPE)
+        self.assertFalse(detail.is_displayed())
+        self.assertEqual(driver.switch_to.active_element.text.split(" ")[0], rows[2][0].split(" ")[0])
+        # End and on past the last row: every line is reached without the mouse.
+        total = len(csv_rows(self.cli("--user", "alice", "--output", "csv")))
+        self.assertGreater(total, 100)
+        for _ in range(5):
+            driver.switch_to.active_element.send_keys(Keys.END, Keys.ARROW_DOWN)
+            if len(self.browser.rows()) == total:
+                break
+            self.browser.wait_shown()
+        self.browser.wait(lambda: len(self.browser.rows()) == total)
+
     def test_bad_value_shows_the_command_line_message(self):
         self.open()
         self.type_filter("ip", "300.1.1.1")
