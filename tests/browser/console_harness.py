@@ -242,19 +242,34 @@ def table_row(fields):
 
 
 class ConsoleTest(unittest.TestCase):
-    """A generated volume, sarvik-web over it and a logged-in browser, once per test class."""
+    """A generated volume, sarvik-web over it and a logged-in browser, once per test class. A
+    class that needs more around the volume overrides `isolate`, `prepare` and `release`."""
 
     @classmethod
-    def setUpClass(cls):
-        cls.work = tempfile.mkdtemp(prefix="sarvik-browser-")
+    def isolate(cls):
+        """Runs first, before any file, thread or child process is made."""
+
+    @classmethod
+    def prepare(cls):
+        """Writes the volume and the settings; sets `volume` and `settings`."""
         cls.volume = os.path.join(cls.work, "volume")
         cls.settings = os.path.join(cls.work, "config-sarvik.xml")
         os.makedirs(cls.volume)
         logvolume.generate(cls.volume)
         logvolume.write_settings(cls.settings, cls.volume)
+
+    @classmethod
+    def release(cls):
+        """Undoes what `prepare` started; called also when it failed half way."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.isolate()
+        cls.work = tempfile.mkdtemp(prefix="sarvik-browser-")
         cls.server = None
         cls.browser = None
         try:
+            cls.prepare()
             cls.server = WebServer(cls.work, cls.settings)
             cls.browser = Browser(cls.work)
             cls.browser.driver.get(cls.server.login_url())
@@ -268,6 +283,7 @@ class ConsoleTest(unittest.TestCase):
             cls.browser.quit()
         if cls.server:
             cls.server.stop()
+        cls.release()
         shutil.rmtree(cls.work, ignore_errors=True)
 
     def open(self, query=""):

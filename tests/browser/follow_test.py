@@ -5,22 +5,18 @@ The test moves itself into a private mount namespace with fresh tmpfs on /mnt, /
 
 import ctypes
 import os
-import shutil
 import socket
 import subprocess
-import tempfile
 import time
 import unittest
 
 from selenium.webdriver.common.by import By
 
 import logvolume
-from console_harness import Browser, WebServer, program
+from console_harness import ConsoleTest, program
 
 SETTINGS = "/mnt/data/xmlconf/config-sarvik.xml"
 VOLUME = "/mnt/data/logs"
-
-
 CLONE_NEWNS = 0x00020000
 
 
@@ -44,29 +40,19 @@ def send(*fields):
     subprocess.run([program("SARVIK_SEND"), "access"] + list(fields), check=True, timeout=10)
 
 
-class LiveFollow(unittest.TestCase):
+class LiveFollow(ConsoleTest):
     @classmethod
-    def setUpClass(cls):
+    def isolate(cls):
         enter_fresh_volumes()
-        cls.work = tempfile.mkdtemp(prefix="sarvik-browser-")
+
+    @classmethod
+    def prepare(cls):
+        cls.volume, cls.settings = VOLUME, SETTINGS
         logvolume.generate(VOLUME)
         logvolume.write_settings(SETTINGS, VOLUME)
         cls.service_log = open(os.path.join(cls.work, "sarvik.log"), "wb")
         cls.service = subprocess.Popen([program("SARVIK_DAEMON")], stdout=cls.service_log,
                                        stderr=subprocess.STDOUT)
-        cls.server = None
-        cls.browser = None
-        try:
-            cls.wait_for_socket()
-            cls.server = WebServer(cls.work, SETTINGS)
-            cls.browser = Browser(cls.work)
-            cls.browser.driver.get(cls.server.login_url())
-        except BaseException:
-            cls.tearDownClass()
-            raise
-
-    @classmethod
-    def wait_for_socket(cls):
         deadline = time.monotonic() + 10
         while True:
             try:
@@ -79,15 +65,11 @@ class LiveFollow(unittest.TestCase):
                 time.sleep(0.05)
 
     @classmethod
-    def tearDownClass(cls):
-        if cls.browser:
-            cls.browser.quit()
-        if cls.server:
-            cls.server.stop()
-        cls.service.kill()
-        cls.service.wait()
-        cls.service_log.close()
-        shutil.rmtree(cls.work, ignore_errors=True)
+    def release(cls):
+        if getattr(cls, "service", None):
+            cls.service.kill()
+            cls.service.wait()
+            cls.service_log.close()
 
     def follow(self, query):
         self.browser.driver.get(self.server.base + "/" + query)
