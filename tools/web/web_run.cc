@@ -24,8 +24,12 @@ void tell(const std::string& message) {
 }
 
 // SIGINT and SIGTERM end the server in order; they are blocked in every thread and read from
-// the returned descriptor. SIGPIPE is ignored: a client that went away is a failed write.
+// the returned descriptor. Their disposition is reset first: a shell starts a background job
+// with SIGINT ignored, and an ignored signal never arrives. SIGPIPE is ignored: a client that
+// went away is a failed write.
 query::Descriptor take_stop_signals() {
+  signal(SIGINT, SIG_DFL);
+  signal(SIGTERM, SIG_DFL);
   signal(SIGPIPE, SIG_IGN);
   sigset_t stop;
   sigemptyset(&stop);
