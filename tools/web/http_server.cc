@@ -46,7 +46,7 @@ namespace {
 // How long one call of the reader waits for text before it looks again; the connection's
 // thread is the only one that waits there.
 constexpr std::chrono::milliseconds kReadWait{1000};
-constexpr size_t kStreamBlock = 64 * 1024;
+constexpr size_t kStreamBlock = size_t{64} * 1024;
 
 ssize_t read_stream(void* state, uint64_t /*position*/, char* into, size_t size) {
   StreamPipe& pipe = static_cast<StreamState*>(state)->stream();

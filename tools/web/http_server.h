@@ -28,9 +28,9 @@ struct ServerLimits {
   unsigned most_connections = 256;
   unsigned idle_timeout_seconds = 30;
   // The request line and headers of one request, with the library's own bookkeeping.
-  size_t request_memory = 32 * 1024;
+  size_t request_memory = size_t{32} * 1024;
   // Text of a streamed body held ahead of the client.
-  size_t stream_buffer = 256 * 1024;
+  size_t stream_buffer = size_t{256} * 1024;
 };
 
 class StreamState;
