@@ -19,6 +19,7 @@ ci_packages=(
   strace tzdata file lintian groff-base man-db systemd procps
   clang libclang-rt-dev clang-format clang-tidy git
   rsyslog rsyslog-relp
+  chromium chromium-driver python3-selenium
 )
 
 if [ "${1:-}" = --demo ]; then
