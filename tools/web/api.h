@@ -18,22 +18,24 @@ struct ApiContext {
 };
 
 // GET /api/lines: a page of matching lines with the cursor of the next.
-Response answer_lines(ApiContext& context, const Parameters& parameters);
+Response answer_lines(ApiContext& context, const Request& request);
 // GET /api/count, /api/stats, /api/histogram.
-Response answer_count(ApiContext& context, const Parameters& parameters);
-Response answer_stats(ApiContext& context, const Parameters& parameters);
-Response answer_histogram(ApiContext& context, const Parameters& parameters);
+Response answer_count(ApiContext& context, const Request& request);
+Response answer_stats(ApiContext& context, const Request& request);
+Response answer_histogram(ApiContext& context, const Request& request);
 // GET /api/export: every matching line, streamed in an output form of the command line.
-Response answer_export(ApiContext& context, const Parameters& parameters);
+Response answer_export(ApiContext& context, const Request& request);
 // GET /api/follow: new matching lines as an event stream.
-Response answer_follow(ApiContext& context, const Parameters& parameters);
+Response answer_follow(ApiContext& context, const Request& request);
 // GET /api/rules: the settings' rules, or what each makes of one logged line.
-Response answer_rules(ApiContext& context, const Parameters& parameters);
+Response answer_rules(ApiContext& context, const Request& request);
 // GET /api/files: the log files with their line counts and first and last times.
-Response answer_files(ApiContext& context, const Parameters& parameters);
+Response answer_files(ApiContext& context, const Request& request);
 
 // The answer when the searches that may wait are all taken.
 Response busy_response();
+// The answer to a request whose client hung up while its search ran.
+Response given_up_response();
 
 }  // namespace sarvik::web
 

@@ -46,7 +46,8 @@ void append_time(std::string* out, const std::optional<CivilTime>& time,
 
 }  // namespace
 
-Response answer_files(ApiContext& context, const Parameters& parameters) {
+Response answer_files(ApiContext& context, const Request& request) {
+  const Parameters& parameters = request.parameters;
   ApiQuery asked;
   std::string error;
   asked.options.kind.clear();

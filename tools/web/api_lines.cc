@@ -5,6 +5,7 @@
 #include "query/search.h"
 #include "web/api.h"
 #include "web/api_answer.h"
+#include "web/client_watch.h"
 #include "web/cursor.h"
 
 namespace sarvik::web {
@@ -21,7 +22,12 @@ Response busy_response() {
   return error_response(503, "too many questions at once; ask again in a moment");
 }
 
-Response answer_lines(ApiContext& context, const Parameters& parameters) {
+Response given_up_response() {
+  return error_response(503, "the connection closed while the question was answered: given up");
+}
+
+Response answer_lines(ApiContext& context, const Request& request) {
+  const Parameters& parameters = request.parameters;
   ApiQuery asked;
   std::string error;
   if (!read_api_query(parameters,
@@ -55,7 +61,11 @@ Response answer_lines(ApiContext& context, const Parameters& parameters) {
   if (!search.open(/*follow=*/false, &error)) return error_response(500, error);
   StringWriter lines(kMostPageBytes);
   std::optional<query::LogPosition> next;
-  search.write_lines(lines, from ? &*from : nullptr, &next);
+  {
+    ClientWatch watch(request.client_fd, [&search] { search.cancel(); });
+    search.write_lines(lines, from ? &*from : nullptr, &next);
+  }
+  if (search.cancelled()) return given_up_response();
   if (lines.overflowed) {
     return error_response(413, "the page would hold more than " +
                                    std::to_string(kMostPageBytes >> 20) +

@@ -79,7 +79,8 @@ void append_field(std::string* out, const char* name, std::string_view value) {
 
 }  // namespace
 
-Response answer_rules(ApiContext& context, const Parameters& parameters) {
+Response answer_rules(ApiContext& context, const Request& request) {
+  const Parameters& parameters = request.parameters;
   ApiQuery asked;
   std::string error;
   if (!read_api_query(parameters, kLineParameters, &asked, &error)) {

@@ -174,7 +174,8 @@ std::string export_file_name(const query::QueryPlan& plan) {
 
 }  // namespace
 
-Response answer_export(ApiContext& context, const Parameters& parameters) {
+Response answer_export(ApiContext& context, const Request& request) {
+  const Parameters& parameters = request.parameters;
   ApiQuery asked;
   std::string error;
   if (!read_api_query(parameters,
@@ -198,7 +199,8 @@ Response answer_export(ApiContext& context, const Parameters& parameters) {
   return response;
 }
 
-Response answer_follow(ApiContext& context, const Parameters& parameters) {
+Response answer_follow(ApiContext& context, const Request& request) {
+  const Parameters& parameters = request.parameters;
   ApiQuery asked;
   std::string error;
   if (!read_api_query(parameters, kFilterParameters, &asked, &error)) {

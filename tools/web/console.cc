@@ -24,7 +24,7 @@ constexpr char kLoginPage[] =
     "<code>--state-dir</code> as the running server). The address signs this browser in and "
     "keeps the token in a cookie.</p>\n</body>\n</html>\n";
 
-using Endpoint = Response (*)(ApiContext&, const Parameters&);
+using Endpoint = Response (*)(ApiContext&, const Request&);
 
 struct Route {
   const char* name;
@@ -129,7 +129,7 @@ Response Console::handle(const Request& request) {
 Response Console::api(const Request& request) {
   std::string name = request.path.substr(strlen(kApiPrefix));
   for (const Route& route : kRoutes) {
-    if (name == route.name) return route.answer(context, request.parameters);
+    if (name == route.name) return route.answer(context, request);
   }
   return not_found(request);
 }

@@ -21,6 +21,7 @@ struct Request {
   Parameters parameters;
   std::string cookie;         // the Cookie header, empty when none
   std::string authorization;  // the Authorization header, empty when none
+  int client_fd = -1;         // the client's connection, to watch whether it is still there
 };
 
 // A body written while it is sent. The HTTP layer calls run on a thread of its own and cancel

@@ -127,6 +127,9 @@ MHD_Result answer_request(void* server_pointer, MHD_Connection* connection, cons
                               &request.parameters);
   request.cookie = header_of(connection, MHD_HTTP_HEADER_COOKIE);
   request.authorization = header_of(connection, MHD_HTTP_HEADER_AUTHORIZATION);
+  const MHD_ConnectionInfo* info =
+      MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+  if (info != nullptr) request.client_fd = info->connect_fd;
   return send(server, connection, path, server.console.handle(request));
 }
 

@@ -1,6 +1,7 @@
 // The console's answers: the token's gate, the page, and every endpoint of the API over a real
 // volume, held against what the command line's engine gives for the same options.
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <optional>
@@ -275,6 +276,44 @@ TEST_F(ConsoleTest, TheHistogramsIntervalFollowsTheRange) {
       "day");
   EXPECT_EQ(get_json("/api/histogram", {{"since", "2024-03-01"}})["interval"], "day");
   EXPECT_EQ(get_json("/api/histogram", {{"histogram", "hour"}})["interval"], "hour");
+  // A range without an end runs up to now, as the page's presets give it.
+  EXPECT_EQ(get_json("/api/histogram", {{"since", "-24h"}})["interval"], "hour");
+  EXPECT_EQ(get_json("/api/histogram", {{"since", "-2d"}})["interval"], "hour");
+  EXPECT_EQ(get_json("/api/histogram", {{"since", "-4d"}})["interval"], "day");
+}
+
+TEST_F(ConsoleTest, AQuestionWhoseClientHungUpIsGivenUp) {
+  for (const char* endpoint : {"/api/lines", "/api/count", "/api/stats", "/api/histogram"}) {
+    int pair[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair), 0);
+    close(pair[1]);  // the client's end: gone before its question is answered
+    Request request;
+    request.method = "GET";
+    request.path = endpoint;
+    request.authorization = "Bearer " + token;
+    request.client_fd = pair[0];
+    if (std::string(endpoint) == "/api/stats") request.parameters = {{"stats", "user"}};
+    Response response = console->handle(request);
+    close(pair[0]);
+    EXPECT_EQ(response.status, 503) << endpoint << ": " << response.body;
+    EXPECT_EQ(nlohmann::json::parse(response.body)["error"],
+              "the connection closed while the question was answered: given up");
+  }
+}
+
+TEST_F(ConsoleTest, AClientThatStaysIsAnswered) {
+  int pair[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair), 0);
+  Request request;
+  request.method = "GET";
+  request.path = "/api/count";
+  request.authorization = "Bearer " + token;
+  request.client_fd = pair[0];
+  Response response = console->handle(request);
+  close(pair[0]);
+  close(pair[1]);
+  ASSERT_EQ(response.status, 200) << response.body;
+  EXPECT_EQ(nlohmann::json::parse(response.body)["count"], access_lines);
 }
 
 TEST_F(ConsoleTest, TheExportIsTheCommandLinesOutputByteForByte) {
