@@ -55,6 +55,7 @@ expect -rwxr-xr-x usr/sbin/sarvik usr/sbin/sarvik-check usr/bin/sarvik-send usr/
   usr/bin/sarvik-forwarding usr/bin/sarvik-web
 expect -rw-r--r-- usr/lib/systemd/system/sarvik.service \
   usr/lib/systemd/system/sarvik-forwarding.service usr/lib/systemd/system/sarvik-web.service \
+  usr/lib/systemd/system/sarvik-log-index.service usr/lib/systemd/system/sarvik-log-index.timer \
   usr/share/doc/sarvik/examples/rsyslog/sarvik-sender.conf \
   usr/share/doc/sarvik/examples/rsyslog/sarvik-collector.conf \
   usr/share/doc/sarvik/copyright usr/share/doc/sarvik/changelog.gz \
@@ -78,6 +79,19 @@ unit=$root/usr/lib/systemd/system/sarvik.service
 daemon=$(sed -n 's/^ExecStart=.* \(\/[^ ]*\)$/\1/p' "$unit")
 [ "$daemon" = /usr/sbin/sarvik ] || fail "the unit starts '$daemon', not /usr/sbin/sarvik"
 [ -x "$root$daemon" ] || fail "the unit's daemon $daemon is not in the package"
+# The index unit runs sarvik-log through nice, so systemd-analyze does not look for it either.
+index_tool=$(sed -n 's/^ExecStart=.*nice -n [0-9]* \([^ ]*\) .*/\1/p' \
+  "$root/usr/lib/systemd/system/sarvik-log-index.service")
+[ "$index_tool" = /usr/bin/sarvik-log ] && [ -x "$root$index_tool" ] ||
+  fail "the index unit runs '$index_tool', not the package's /usr/bin/sarvik-log"
+# sarvik-log finds its settings module below its own prefix.
+module=$(find "$root/usr/lib" -name sarvik-log-settings.so -printf '%P\n')
+case $module in
+  */sarvik/sarvik-log-settings.so) ;;
+  *) fail "sarvik-log's settings module is not in a private directory below /usr/lib: '$module'" ;;
+esac
+ldd "$root/usr/bin/sarvik-log" | grep -q 'libxml' &&
+  fail "sarvik-log names the XML libraries: it would load them for every question"
 
 changelog=$root/changelog
 zcat "$root/usr/share/doc/sarvik/changelog.gz" >"$changelog"
@@ -93,7 +107,8 @@ grep -qx 'ExecStart=/usr/bin/sarvik-web' "$web_unit" || fail "the console's unit
 web_checked=$(mktemp -d)/sarvik-web.service
 sed "s|^ExecStart=/usr/bin/sarvik-web|ExecStart=$root/usr/bin/sarvik-web|" "$web_unit" >"$web_checked"
 # Its documentation check runs man, which finds the package's pages through MANPATH.
-for checked in "$unit" "$root/usr/lib/systemd/system/sarvik-forwarding.service" "$web_checked"; do
+for checked in "$unit" "$root"/usr/lib/systemd/system/sarvik-{forwarding,log-index}.service \
+  "$root/usr/lib/systemd/system/sarvik-log-index.timer" "$web_checked"; do
   if ! verdict=$(MANPATH=$root/usr/share/man systemd-analyze verify "$checked" 2>&1) ||
     [ -n "$verdict" ]; then
     echo "$verdict" >&2

@@ -2,14 +2,13 @@
 #include <ctime>
 
 #include "log/command_line.h"
+#include "log/loaded_settings.h"
 #include "log/query_run.h"
-#include "support/library_messages.h"
 
 int main(int argc, char** argv) {
   sarvik::query::QueryOptions options;
   int status = sarvik::log_tool::parse_query_options(argc, argv, &options);
   if (status >= 0) return status;
-  // The settings' faults are told by the tool's own messages, not by the XML library's.
-  Vexil::SilenceLibraryMessages();
-  return sarvik::log_tool::run_query(options, time(nullptr));
+  sarvik::log_tool::LoadedSettings settings;
+  return sarvik::log_tool::run_query(options, time(nullptr), settings);
 }

@@ -308,7 +308,7 @@ TEST_F(LogCorpus, PrintsNeedlesThatTheTreeBearsOut) {
   std::string recent = format_time(std::stol(printed["end"]) - 30 * kDay);
   std::string month = printed["month_first"].substr(0, 7);
   std::replace(month.begin(), month.end(), '-', '/');
-  long path = 0, user_day = 0, in_month = 0, rare = 0;
+  long path = 0, user_day = 0, in_month = 0, rare = 0, host = 0, failures = 0;
   std::set<std::string> month_users;
   for (const std::string& line : access_lines(corpus)) {
     std::vector<std::string> fields = columns(line);
@@ -323,6 +323,8 @@ TEST_F(LogCorpus, PrintsNeedlesThatTheTreeBearsOut) {
       month_users.insert(fields[1]);
     }
     rare += line.find(printed["rare_string"]) != std::string::npos;
+    host += fields[2] == printed["host"];
+    failures += fields[6] == printed["failed_share"] && fields[5].compare(0, 4, "fail") == 0;
   }
   EXPECT_GT(path, 0);
   EXPECT_EQ(std::to_string(path), printed["path_lines"]);
@@ -337,6 +339,10 @@ TEST_F(LogCorpus, PrintsNeedlesThatTheTreeBearsOut) {
   EXPECT_GT(rare, 0);
   EXPECT_LE(rare, 30);
   EXPECT_EQ(std::to_string(rare), printed["rare_lines"]);
+  EXPECT_GT(host, 0);
+  EXPECT_EQ(std::to_string(host), printed["host_lines"]);
+  EXPECT_GT(failures, 0);
+  EXPECT_EQ(std::to_string(failures), printed["share_failures"]);
   EXPECT_EQ(printed["access_lines"], std::to_string(kLines));
 }
 

@@ -88,6 +88,8 @@ NeedlePlan plan_needles(time_t start, time_t end, uint64_t lines, const Vocabula
 
   plan.rare_string = "severance_7731";
   plan.rare_every = std::max<uint64_t>(lines / kRareLines, 1);
+  plan.host = vocabulary.people[vocabulary.people.size() / 2].host;
+  plan.failed_share = "hr";
   return plan;
 }
 
@@ -119,6 +121,10 @@ void count_needles(const NeedlePlan& plan, time_t when, const AccessFields& fiel
                    NeedleCounts* counts) {
   if (fields.path.find(plan.path_fragment) != std::string::npos) ++counts->path_lines;
   if (fields.path.find(plan.rare_string) != std::string::npos) ++counts->rare_lines;
+  if (fields.host == plan.host) ++counts->host_lines;
+  if (fields.share == plan.failed_share && fields.result.compare(0, 4, "fail") == 0) {
+    ++counts->share_failures;
+  }
   if (when >= plan.day_start && when <= plan.day_end && fields.user == plan.user) {
     ++counts->user_day_lines;
   }
@@ -148,6 +154,10 @@ std::string describe_needles(const NeedlePlan& plan, const NeedleCounts& counts)
   add("month_users", std::to_string(counts.month_users.size()));
   add("rare_string", plan.rare_string);
   add("rare_lines", std::to_string(counts.rare_lines));
+  add("host", plan.host);
+  add("host_lines", std::to_string(counts.host_lines));
+  add("failed_share", plan.failed_share);
+  add("share_failures", std::to_string(counts.share_failures));
   return text;
 }
 

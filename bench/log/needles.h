@@ -16,7 +16,8 @@ namespace sarvik::corpus {
 
 // What the benchmark asks about, chosen from the corpus's span before any line is made:
 // (a) one file worked on in the last weeks, (b) one busy person on one working day,
-// (c) the last whole calendar month, (d) a name that occurs only a few times in the year.
+// (c) the last whole calendar month, (d) a name that occurs only a few times in the year,
+// (e) the machine of a person of middling activity over the year, (f) the failures on one share.
 struct NeedlePlan {
   std::string path_fragment;  // a substring of the planted file's path, found nowhere else
   std::string path;           // the planted file, on share "projects"
@@ -29,6 +30,8 @@ struct NeedlePlan {
   time_t month_end;
   std::string rare_string;  // a substring of a file name planted every `rare_every` lines
   uint64_t rare_every;
+  std::string host;          // the desktop of the person in the middle of the activity ranks
+  std::string failed_share;  // whose failures are asked for
 };
 
 // How many written lines each question should find.
@@ -38,6 +41,8 @@ struct NeedleCounts {
   uint64_t month_lines = 0;
   std::set<std::string> month_users;
   uint64_t rare_lines = 0;
+  uint64_t host_lines = 0;
+  uint64_t share_failures = 0;
 };
 
 NeedlePlan plan_needles(time_t start, time_t end, uint64_t lines, const Vocabulary& vocabulary);

@@ -5,7 +5,11 @@
 #include <string.h>
 #include <sys/stat.h>
 
+#include <unistd.h>
+
 #include <algorithm>
+
+#include "query/index_format.h"
 
 namespace sarvik::query {
 
@@ -19,12 +23,8 @@ FileScanner::FileScanner(const ScanSettings& settings) : settings(settings) {}
 FileProgress FileScanner::scan_forward(int fd, const std::string& file_name,
                                        const LogFileEntry& file_entry, FileProgress from,
                                        RecordSink& record_sink, bool* failed) {
-  file = &file_name;
-  entry = &file_entry;
-  sink = &record_sink;
+  begin_file(file_name, file_entry, record_sink, /*forward=*/true);
   next_line = from.next_line;
-  file_finished = false;
-  forward = true;
   if (settings.number_lines && next_line == 0) {
     // A place found without numbering its lines: they are counted up to it once.
     next_line = 1;
@@ -55,10 +55,7 @@ FileProgress FileScanner::scan_forward(int fd, const std::string& file_name,
 bool FileScanner::scan_backward(int fd, const std::string& file_name,
                                 const LogFileEntry& file_entry, const FileProgress* before,
                                 RecordSink& record_sink) {
-  file = &file_name;
-  entry = &file_entry;
-  sink = &record_sink;
-  forward = false;
+  begin_file(file_name, file_entry, record_sink, /*forward=*/false);
   // Numbers count from the front: the line feeds up to the end come first, unless the place
   // to begin at knows its number.
   uint64_t end = 0;
@@ -80,30 +77,166 @@ bool FileScanner::scan_backward(int fd, const std::string& file_name,
     if (fstat(fd, &status) != 0) return false;
     end = static_cast<uint64_t>(status.st_size);
   }
-  uint64_t feeds_behind = 0;  // line feeds from the current line's start to the end
+  uint64_t feeds_before_end = line_feeds;  // before the end of the chunk to scan next
   const LiteralFinder* needle = settings.filter->needle();
   return reader.read_backward(fd, end, [&](const Chunk& chunk) {
     if (cancelled()) return false;
-    const char* after = chunk.end;  // behind the current line's line end
-    while (after > chunk.begin) {
-      bool ended = after - chunk.begin >= 2 && after[-2] == '\r' && after[-1] == '\n';
-      const char* line_end = ended ? after - 2 : after;
-      const char* start = after_last_line_end(chunk.begin, line_end);
-      if (start == nullptr) start = chunk.begin;
-      uint64_t line = 0;
-      if (settings.number_lines) {
-        feeds_behind += count_line_feeds(start, after);
-        line = line_feeds - feeds_behind + 1;
-      }
-      after = start;
-      if (needle != nullptr && needle->find(start, line_end) == nullptr) continue;
-      uint64_t offset = chunk.offset + static_cast<uint64_t>(start - chunk.begin);
-      if (evaluate(std::string_view(start, line_end - start), offset, line) == Verdict::kStop) {
-        return false;
-      }
-    }
-    return true;
+    return scan_chunk_backward(chunk, &feeds_before_end, needle);
   });
+}
+
+bool FileScanner::scan_chunk_backward(const Chunk& chunk, uint64_t* feeds_before_end,
+                                      const LiteralFinder* needle) {
+  const char* after = chunk.end;  // behind the current line's line end
+  while (after > chunk.begin) {
+    bool ended = after - chunk.begin >= 2 && after[-2] == '\r' && after[-1] == '\n';
+    const char* line_end = ended ? after - 2 : after;
+    const char* start = after_last_line_end(chunk.begin, line_end);
+    if (start == nullptr) start = chunk.begin;
+    uint64_t line = 0;
+    if (settings.number_lines) {
+      *feeds_before_end -= count_line_feeds(start, after);
+      line = *feeds_before_end + 1;
+    }
+    after = start;
+    if (needle != nullptr && needle->find(start, line_end) == nullptr) continue;
+    uint64_t offset = chunk.offset + static_cast<uint64_t>(start - chunk.begin);
+    if (evaluate(std::string_view(start, line_end - start), offset, line) == Verdict::kStop) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void FileScanner::begin_file(const std::string& file_name, const LogFileEntry& file_entry,
+                             RecordSink& record_sink, bool in_file_order) {
+  file = &file_name;
+  entry = &file_entry;
+  sink = &record_sink;
+  file_finished = false;
+  forward = in_file_order;
+}
+
+bool FileScanner::read_span(int fd, uint64_t begin, uint64_t end) {
+  span.resize(static_cast<size_t>(end - begin));
+  size_t done = 0;
+  while (done < span.size()) {
+    ssize_t n = pread(fd, span.data() + done, span.size() - done, static_cast<off_t>(begin + done));
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return false;
+    if (n == 0) {
+      errno = EIO;  // the file is shorter than its identity says: it changed under the scan
+      return false;
+    }
+    done += static_cast<size_t>(n);
+  }
+  return true;
+}
+
+BlockScanEnd FileScanner::scan_blocks(int fd, const std::string& file_name,
+                                      const LogFileEntry& file_entry,
+                                      const std::vector<ChosenBlock>& blocks,
+                                      const FileProgress* from, bool backward,
+                                      const LiteralFinder* narrow, RecordSink& record_sink) {
+  begin_file(file_name, file_entry, record_sink, !backward);
+  const LiteralFinder* needle = settings.filter->needle();
+  BlockScanEnd result;
+  uint64_t reached = from != nullptr ? from->offset : 0;
+  auto done = [&] {
+    result.progress = FileProgress{reached, next_line, file_finished};
+    return result;
+  };
+  // The blocks that hold lines from the place to begin at on: behind it, or before it backward.
+  std::vector<ChosenBlock> todo;
+  for (const ChosenBlock& block : blocks) {
+    if (from == nullptr || (backward ? block.begin < from->offset : block.end > from->offset)) {
+      todo.push_back(block);
+    }
+  }
+  if (backward) std::reverse(todo.begin(), todo.end());
+  // A place that a page began at may bring its own line number, which the whole scan counts
+  // from: the index's numbers are moved by the difference, found in the block that holds the
+  // place. (A place that a page ended at lies at a line's start and brings its true number.)
+  int64_t delta = 0;
+  bool delta_known = from == nullptr || from->next_line == 0;
+  uint64_t constant_line = from != nullptr && !backward ? from->next_line : 1;
+
+  constexpr uint64_t kMostSpan = uint64_t{1} << 20;
+  constexpr uint64_t kWidestGap = 2 * kBlockBytes;
+  for (size_t first = 0; first < todo.size();) {
+    // A run of blocks that lie close to each other, read at once: a call costs about as much
+    // as copying a few blocks that are not wanted between them.
+    size_t last = first;
+    auto next_to = [&](const ChosenBlock& a, const ChosenBlock& b) {
+      return backward ? a.begin - b.end <= kWidestGap : b.begin - a.end <= kWidestGap;
+    };
+    while (last + 1 < todo.size() && next_to(todo[last], todo[last + 1]) &&
+           (backward ? todo[first].end - todo[last + 1].begin
+                     : todo[last + 1].end - todo[first].begin) <= kMostSpan) {
+      ++last;
+    }
+    uint64_t span_begin = backward ? todo[last].begin : todo[first].begin;
+    uint64_t span_end = backward ? todo[first].end : todo[last].end;
+    if (cancelled()) return done();
+    if (!read_span(fd, span_begin, span_end)) {
+      result.kind = BlockScanEnd::Kind::kFailed;
+      return result;
+    }
+    for (size_t i = first; i <= last; ++i) {
+      const ChosenBlock& block = todo[i];
+      const char* begin = span.data() + (block.begin - span_begin);
+      const char* end = span.data() + (block.end - span_begin);
+      if (block_hash_of(begin, end) != block.hash) {
+        result.kind = BlockScanEnd::Kind::kDamaged;
+        result.resume.offset = backward ? block.end : block.begin;
+        if (from != nullptr && (backward ? from->offset < block.end : from->offset > block.begin)) {
+          result.resume.offset = from->offset;
+        }
+        result.resume.next_line = settings.number_lines ? 0 : constant_line;
+        return result;
+      }
+      const LiteralFinder* finder = block.narrowed && narrow != nullptr ? narrow : needle;
+      // The part of the block to scan: from the place to begin at, or up to it backward.
+      const char* part_begin = begin;
+      const char* part_end = end;
+      if (from != nullptr && !backward && from->offset > block.begin) {
+        part_begin = begin + (from->offset - block.begin);
+      }
+      if (from != nullptr && backward && from->offset < block.end) {
+        const char* cut = begin + (from->offset - block.begin);
+        const char* whole = after_last_line_end(begin, cut);
+        part_end = whole == nullptr ? begin : whole;
+      }
+      uint64_t line_at_begin = block.first_line + count_line_feeds(begin, part_begin);
+      bool holds_place =
+          from != nullptr && from->offset >= block.begin && from->offset <= block.end;
+      if (!delta_known && holds_place) {
+        delta =
+            backward
+                ? static_cast<int64_t>(from->next_line - 1) -
+                      static_cast<int64_t>(block.first_line - 1 + count_line_feeds(begin, part_end))
+                : static_cast<int64_t>(from->next_line) - static_cast<int64_t>(line_at_begin);
+        delta_known = true;
+      }
+      Chunk chunk{part_begin, part_end, block.begin + static_cast<uint64_t>(part_begin - begin),
+                  /*cut=*/false};
+      bool go_on;
+      if (backward) {
+        uint64_t feeds = static_cast<uint64_t>(static_cast<int64_t>(block.first_line - 1) + delta) +
+                         count_line_feeds(begin, part_end);
+        go_on = scan_chunk_backward(chunk, &feeds, finder);
+      } else {
+        next_line = settings.number_lines
+                        ? static_cast<uint64_t>(static_cast<int64_t>(line_at_begin) + delta)
+                        : constant_line;
+        go_on = finder != nullptr ? search_chunk(chunk, *finder) : scan_chunk(chunk);
+      }
+      if (!go_on) return done();
+      reached = std::max(reached, block.end);
+    }
+    first = last + 1;
+  }
+  return done();
 }
 
 bool FileScanner::scan_chunk(const Chunk& chunk) {

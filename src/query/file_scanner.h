@@ -43,6 +43,27 @@ struct FileProgress {
   bool finished = false;  // no line that the file may still get can be inside the range
 };
 
+// A block of a file that a block index chose to read: whole records from `begin` to `end`, the
+// number of the line that begins at `begin`, and the hash its bytes must have. A narrowed block
+// may be searched for the index's narrowing text instead of reading each of its lines.
+struct ChosenBlock {
+  uint64_t begin = 0;
+  uint64_t end = 0;
+  uint64_t first_line = 1;
+  uint64_t hash = 0;
+  bool narrowed = false;
+};
+
+// How a scan of chosen blocks ended.
+struct BlockScanEnd {
+  enum class Kind { kDone, kFailed, kDamaged };
+  Kind kind = Kind::kDone;
+  FileProgress progress;  // kDone: as scan_forward gives it
+  // kDamaged: a block's bytes did not have its hash; nothing of it, nor of the blocks behind it
+  // (before it, backward), was handed on. The rest is to be scanned whole from this place.
+  FileProgress resume;
+};
+
 // Lines left out for a reason that the user should hear of.
 struct LeftOut {
   uint64_t faulty_columns = 0;  // too few or ambiguous columns, and a field filter said no
@@ -74,6 +95,14 @@ class FileScanner {
   bool scan_backward(int fd, const std::string& file, const LogFileEntry& entry,
                      const FileProgress* before, RecordSink& sink);
 
+  // Scans only `blocks` of `fd`, in file order (backward: the newest first), as scan_forward or
+  // scan_backward would scan the whole file, from `from` when given. Blocks that lie next to
+  // each other are read at once; each block's bytes are compared with its hash before any of
+  // its lines is tested. `narrow`: what a narrowed block is searched for.
+  BlockScanEnd scan_blocks(int fd, const std::string& file, const LogFileEntry& entry,
+                           const std::vector<ChosenBlock>& blocks, const FileProgress* from,
+                           bool backward, const LiteralFinder* narrow, RecordSink& sink);
+
   // Whether a sink wanted no more lines, or the scan was cancelled.
   bool stopped() const { return sink_stopped; }
   const LeftOut& left_out() const { return left; }
@@ -81,7 +110,15 @@ class FileScanner {
  private:
   enum class Verdict { kNext, kEndOfFile, kStop };
 
+  void begin_file(const std::string& file, const LogFileEntry& entry, RecordSink& sink,
+                  bool forward);
   bool scan_chunk(const Chunk& chunk);
+  // Tests the lines of `chunk` from the last to the first; `*feeds_before_end` is the number of
+  // line feeds before the chunk's end and is left at those before its start.
+  bool scan_chunk_backward(const Chunk& chunk, uint64_t* feeds_before_end,
+                           const LiteralFinder* needle);
+  // Reads [begin, end) of `fd` into the block buffer; false with errno set on failure.
+  bool read_span(int fd, uint64_t begin, uint64_t end);
   bool search_chunk(const Chunk& chunk, const LiteralFinder& needle);
   // Whether the scan was cancelled; then it stops as if the sink wanted no more.
   bool cancelled();
@@ -94,6 +131,7 @@ class FileScanner {
 
   ScanSettings settings;
   ChunkReader reader;
+  std::vector<char> span;  // chosen blocks read at once
   RuleBacktest::Scratch rule_scratch;
   std::vector<const std::string*> fired;
   LeftOut left;

@@ -18,13 +18,13 @@ unsigned char fold(unsigned char c) { return is_ascii_letter(c) ? c | 0x20 : c; 
 
 #if defined(__x86_64__)
 
-// The block searches: for each position of a block, whether the needle's first byte stands
-// there and its last byte needle-length minus one further, both after the fold. A letter's two
-// cases are the only bytes that become equal under `| 0x20`, so a candidate is exact for the two
-// end bytes; the middle is compared afterwards. Loads stay inside [begin, end).
+// The block searches: for each position of a block, whether the needle's two anchor bytes stand
+// at their places from there (by default its first and last byte), both after the fold. A letter's
+// two cases are the only bytes that become equal under `| 0x20`, so a candidate is exact for the
+// two end bytes; the middle is compared afterwards. Loads stay inside [begin, end).
 template <typename Matches>
-const char* scan_blocks_sse2(const char* begin, const char* end, size_t length,
-                             unsigned char first_fold, unsigned char first_value,
+const char* scan_blocks_sse2(const char* begin, const char* end, size_t length, size_t first_at,
+                             size_t last_at, unsigned char first_fold, unsigned char first_value,
                              unsigned char last_fold, unsigned char last_value,
                              const Matches& matches) {
   const __m128i ff = _mm_set1_epi8(static_cast<char>(first_fold));
@@ -33,8 +33,8 @@ const char* scan_blocks_sse2(const char* begin, const char* end, size_t length,
   const __m128i lv = _mm_set1_epi8(static_cast<char>(last_value));
   const char* p = begin;
   for (; p + length - 1 + 16 <= end; p += 16) {
-    __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-    __m128i last = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + length - 1));
+    __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + first_at));
+    __m128i last = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + last_at));
     __m128i hit = _mm_and_si128(_mm_cmpeq_epi8(_mm_or_si128(first, ff), fv),
                                 _mm_cmpeq_epi8(_mm_or_si128(last, lf), lv));
     for (unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(hit)); mask != 0;
@@ -48,17 +48,17 @@ const char* scan_blocks_sse2(const char* begin, const char* end, size_t length,
 
 template <typename Matches>
 __attribute__((target("avx2"))) const char* scan_blocks_avx2(
-    const char* begin, const char* end, size_t length, unsigned char first_fold,
-    unsigned char first_value, unsigned char last_fold, unsigned char last_value,
-    const Matches& matches) {
+    const char* begin, const char* end, size_t length, size_t first_at, size_t last_at,
+    unsigned char first_fold, unsigned char first_value, unsigned char last_fold,
+    unsigned char last_value, const Matches& matches) {
   const __m256i ff = _mm256_set1_epi8(static_cast<char>(first_fold));
   const __m256i fv = _mm256_set1_epi8(static_cast<char>(first_value));
   const __m256i lf = _mm256_set1_epi8(static_cast<char>(last_fold));
   const __m256i lv = _mm256_set1_epi8(static_cast<char>(last_value));
   const char* p = begin;
   for (; p + length - 1 + 32 <= end; p += 32) {
-    __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
-    __m256i last = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + length - 1));
+    __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + first_at));
+    __m256i last = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + last_at));
     __m256i hit = _mm256_and_si256(_mm256_cmpeq_epi8(_mm256_or_si256(first, ff), fv),
                                    _mm256_cmpeq_epi8(_mm256_or_si256(last, lf), lv));
     for (unsigned mask = static_cast<unsigned>(_mm256_movemask_epi8(hit)); mask != 0;
@@ -82,8 +82,16 @@ LiteralFinder::LiteralFinder(std::string needle, bool ignore_case)
     *bits = folds ? 0x20 : 0;
     *value = folds ? c | 0x20 : c;
   };
-  end_byte(static_cast<unsigned char>(text.front()), &first_fold, &first_value);
-  end_byte(static_cast<unsigned char>(text.back()), &last_fold, &last_value);
+  // Commas stand between every two fields, so a needle that begins or ends with one (",alice,")
+  // is anchored on the bytes inside them.
+  first_at = text.find_first_not_of(',');
+  last_at = text.find_last_not_of(',');
+  if (first_at == std::string::npos) {
+    first_at = 0;
+    last_at = text.size() - 1;
+  }
+  end_byte(static_cast<unsigned char>(text[first_at]), &first_fold, &first_value);
+  end_byte(static_cast<unsigned char>(text[last_at]), &last_fold, &last_value);
 #if defined(__x86_64__)
   wide = __builtin_cpu_supports("avx2");
 #endif
@@ -122,10 +130,10 @@ const char* LiteralFinder::find(const char* begin, const char* end) const {
     found = candidate;
     return true;
   };
-  rest = wide ? scan_blocks_avx2(begin, end, text.size(), first_fold, first_value, last_fold,
-                                 last_value, matches)
-              : scan_blocks_sse2(begin, end, text.size(), first_fold, first_value, last_fold,
-                                 last_value, matches);
+  rest = wide ? scan_blocks_avx2(begin, end, text.size(), first_at, last_at, first_fold,
+                                 first_value, last_fold, last_value, matches)
+              : scan_blocks_sse2(begin, end, text.size(), first_at, last_at, first_fold,
+                                 first_value, last_fold, last_value, matches);
   if (found != nullptr) return found;
 #endif
   return find_bytewise(rest, end);

@@ -7,8 +7,9 @@
 namespace sarvik::query {
 
 // A needle and the fastest search for it that the processor offers: blocks of 16 or 32 bytes
-// are tested at once for the needle's first and last byte, and only those candidates are
-// compared in full. Immutable after construction; any thread may search with it.
+// are tested at once for two anchor bytes of the needle (its first and last byte that is not a
+// comma), and only those candidates are compared in full. Immutable after construction; any thread
+// may search with it.
 class LiteralFinder {
  public:
   // With `ignore_case`, ASCII letters match either case; other bytes match only themselves.
@@ -28,8 +29,9 @@ class LiteralFinder {
 
   std::string text;
   bool ignore_case;
-  // Per end byte of the needle: the bits that the fold sets (0x20 for a letter under
-  // ignore_case, else 0) and the value a matching byte has after it.
+  // The anchors' places in the needle, and per anchor the bits that the fold sets (0x20 for a
+  // letter under ignore_case, else 0) and the value a matching byte has after it.
+  size_t first_at = 0, last_at = 0;
   unsigned char first_fold, first_value, last_fold, last_value;
   bool wide;  // 32-byte blocks are available
 };

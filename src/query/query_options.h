@@ -29,6 +29,10 @@ struct QueryOptions {
   bool reverse = false;
   uint64_t limit = 0;
   bool follow = false;
+  bool build_index = false;  // build the block indexes of the closed files, answer nothing
+  bool no_index = false;     // answer by scanning every file whole
+  // Where the indexes are kept; empty: the cache of the user who runs the query.
+  std::string index_directory;
 };
 
 // The exit status of grep: a line matched, none did, an error.

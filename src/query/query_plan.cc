@@ -1,8 +1,6 @@
 // What a query of sarvik-log means once its options are checked.
 #include "query/query_plan.h"
 
-#include "query/settings_source.h"
-
 namespace sarvik::query {
 
 namespace {
@@ -48,6 +46,10 @@ bool check_combinations(const QueryOptions& o, std::string* error) {
         "--histogram, --reverse or --limit";
     return false;
   }
+  if (o.build_index && (o.no_index || o.follow || summaries > 0)) {
+    *error = "--index builds the indexes and answers nothing: it goes with --root or --settings";
+    return false;
+  }
   return true;
 }
 
@@ -70,8 +72,8 @@ bool read_range(const QueryOptions& o, time_t now, TimeRange* range, std::string
 
 }  // namespace
 
-bool build_query_plan(const QueryOptions& o, time_t now, bool terminal, QueryPlan* plan,
-                      std::string* error) {
+bool build_query_plan(const QueryOptions& o, time_t now, bool terminal, SettingsReader& settings,
+                      QueryPlan* plan, std::string* error) {
   if (!check_combinations(o, error)) return false;
   if (o.kind == "system") {
     plan->kind = kSystemLog;
@@ -86,16 +88,15 @@ bool build_query_plan(const QueryOptions& o, time_t now, bool terminal, QueryPla
   bool want_rules = o.all_rules || !o.rule_names.empty();
   plan->root = o.root;
   if (plan->root.empty() || want_rules) {
-    ConfigXml config;
-    if (!load_settings(o.settings, &config, error)) return false;
-    if (plan->root.empty() && !settings_volume(config, o.settings, &plan->root, error)) {
-      return false;
-    }
+    if (!settings.load(o.settings, error)) return false;
+    if (plan->root.empty() && !settings.volume(&plan->root, error)) return false;
     if (want_rules) {
+      std::vector<AlertInfo> all;
+      if (!settings.alert_rules(&all, error)) return false;
       plan->rules = std::make_unique<RuleBacktest>();
       // --rules takes them all; named rules alone narrow it down.
       std::vector<std::string> names = o.all_rules ? std::vector<std::string>() : o.rule_names;
-      if (!plan->rules->load(config, o.settings, names, error)) return false;
+      if (!plan->rules->take(all, o.settings, names, error)) return false;
     }
   }
 

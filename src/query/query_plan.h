@@ -13,6 +13,7 @@
 #include "query/record_filter.h"
 #include "query/record_format.h"
 #include "query/rule_backtest.h"
+#include "query/settings_reader.h"
 #include "query/summary.h"
 #include "query/time_range.h"
 
@@ -40,6 +41,10 @@ struct QueryPlan {
 // that cannot be read, or settings that cannot be read.
 bool build_query_plan(const QueryOptions& options, time_t now, bool terminal, QueryPlan* plan,
                       std::string* error);
+// The same with the settings read through `settings`, which is asked only when the volume or
+// the rules come from them.
+bool build_query_plan(const QueryOptions& options, time_t now, bool terminal,
+                      SettingsReader& settings, QueryPlan* plan, std::string* error);
 
 }  // namespace sarvik::query
 

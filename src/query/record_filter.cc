@@ -137,6 +137,7 @@ bool RecordFilter::build(const FilterValues& values, std::string* error) {
   }
   for (const std::string& text : values.operations)
     operations.emplace_back(text, kOperationPattern);
+  operation_values = values.operations;
   for (const std::string& text : values.results) {
     if (text == kResultOkWord) {
       want_ok = true;
@@ -149,6 +150,9 @@ bool RecordFilter::build(const FilterValues& values, std::string* error) {
   }
   for (const std::string& text : values.paths) paths.emplace_back(text, kFieldPattern);
   for (const std::string& text : values.texts) texts.emplace_back(text, kFieldPattern);
+  path_values = values.paths;
+  text_values = values.texts;
+  grep_values = values.greps;
   if (values.greps.size() == 1 && is_plain_string(values.greps[0])) {
     grep_literal.emplace(values.greps[0], /*ignore_case=*/false);
   } else if (!values.greps.empty()) {
@@ -193,19 +197,102 @@ size_t RecordFilter::access_columns_needed() const {
 }
 
 bool RecordFilter::accepts(const AccessColumns& c) const {
-  if (want_ok || want_fail) {
-    std::string_view brief = brief_result(c.result);
-    if (!(want_ok && brief == kResultOkWord) && !(want_fail && brief == kResultFailWord)) {
-      return false;
-    }
+  return accepts_value(AccessField::kResult, c.result) &&
+         accepts_value(AccessField::kUser, c.user) && accepts_value(AccessField::kShare, c.share) &&
+         accepts_value(AccessField::kHost, c.host) &&
+         accepts_value(AccessField::kOperation, c.operation) &&
+         accepts_value(AccessField::kAddress, c.ipaddr) && any_pattern_matches(paths, c.path);
+}
+
+bool RecordFilter::tests_field(AccessField field) const {
+  switch (field) {
+    case AccessField::kUser:
+      return !users.empty();
+    case AccessField::kHost:
+      return !hosts.empty();
+    case AccessField::kAddress:
+      return !addresses.empty();
+    case AccessField::kOperation:
+      return !operations.empty();
+    case AccessField::kResult:
+      return want_ok || want_fail;
+    case AccessField::kShare:
+      return !shares.empty();
   }
-  return any_of_or_none(
-             users,
-             [&](const std::string& user) { return equal_ignoring_ascii_case(user, c.user); }) &&
-         contains(shares, c.share) && contains(hosts, c.host) &&
-         any_pattern_matches(operations, c.operation) &&
-         any_of_or_none(addresses, [&](const AddressFilter& a) { return a.matches(c.ipaddr); }) &&
-         any_pattern_matches(paths, c.path);
+  return false;
+}
+
+bool RecordFilter::accepts_value(AccessField field, std::string_view value) const {
+  switch (field) {
+    case AccessField::kUser:
+      return any_of_or_none(
+          users, [&](const std::string& user) { return equal_ignoring_ascii_case(user, value); });
+    case AccessField::kHost:
+      return contains(hosts, value);
+    case AccessField::kAddress:
+      return any_of_or_none(addresses, [&](const AddressFilter& a) { return a.matches(value); });
+    case AccessField::kOperation:
+      return any_pattern_matches(operations, value);
+    case AccessField::kResult: {
+      if (!want_ok && !want_fail) return true;
+      std::string_view brief = brief_result(value);
+      return (want_ok && brief == kResultOkWord) || (want_fail && brief == kResultFailWord);
+    }
+    case AccessField::kShare:
+      return contains(shares, value);
+  }
+  return true;
+}
+
+std::vector<std::vector<std::string>> RecordFilter::required_texts(size_t shortest) const {
+  std::vector<std::vector<std::string>> required;
+  // Adds the alternatives, each as `text_of` gives it, when every one of them is long enough.
+  // A text that holds a line end cannot lie inside a line and tells nothing.
+  auto add = [&](const std::vector<std::string>& values, auto text_of) {
+    std::vector<std::string> alternatives;
+    for (const std::string& value : values) {
+      std::string text = text_of(value);
+      if (text.size() < shortest || text.find("\r\n") != std::string::npos) return;
+      alternatives.push_back(std::move(text));
+    }
+    if (!alternatives.empty()) required.push_back(std::move(alternatives));
+  };
+  add(grep_values, [](const std::string& grep) {
+    return is_plain_string(grep) ? grep : required_literal(grep);
+  });
+  // A pattern's longest run without wildcards: a field that matches holds it.
+  auto longest_piece = [](const std::string& pattern) {
+    std::string longest;
+    size_t start = 0;
+    for (size_t end; start <= pattern.size(); start = end + 1) {
+      end = pattern.find_first_of("*?", start);
+      if (end == std::string::npos) end = pattern.size();
+      if (end - start > longest.size()) longest = pattern.substr(start, end - start);
+    }
+    return longest;
+  };
+  add(path_values, longest_piece);
+  add(text_values, longest_piece);
+  return required;
+}
+
+std::optional<std::pair<std::string, bool>> RecordFilter::field_text() const {
+  std::optional<std::pair<std::string, bool>> best;
+  auto offer = [&](const std::string& text, bool ignore_case) {
+    if (!best || text.size() > best->first.size()) best.emplace(text, ignore_case);
+  };
+  const std::string comma = kFieldSeparator;
+  if (users.size() == 1) offer(comma + users[0] + comma, /*ignore_case=*/true);
+  if (hosts.size() == 1) offer(comma + hosts[0] + comma, /*ignore_case=*/false);
+  if (shares.size() == 1) offer(comma + shares[0] + comma, /*ignore_case=*/false);
+  if (operation_values.size() == 1 && operation_values[0].find('*') == std::string::npos) {
+    offer(comma + operation_values[0] + comma, /*ignore_case=*/false);
+  }
+  // A failure's reason follows its word inside the column.
+  if (want_ok != want_fail) {
+    offer(want_ok ? comma + kResultOkWord + comma : comma + kResultFailWord, false);
+  }
+  return best;
 }
 
 bool RecordFilter::accepts(const SystemColumns& c) const {

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "query/access_field.h"
 #include "query/address_filter.h"
 #include "query/literal_finder.h"
 #include "query/text_pattern.h"
@@ -58,6 +59,21 @@ class RecordFilter {
   const LiteralFinder* needle() const;
 
   bool has_field_filters() const;
+
+  // Whether a filter tests the access column `field`, and whether `value` in that column passes
+  // it (as accepts does with the line's columns).
+  bool tests_field(AccessField field) const;
+  bool accepts_value(AccessField field, std::string_view value) const;
+
+  // Texts that every matching line contains: each inner list holds alternatives, of which a
+  // matching line contains at least one (ASCII case aside). Only texts of at least `shortest`
+  // bytes are named; a filter whose alternatives are not all known so is left out.
+  std::vector<std::vector<std::string>> required_texts(size_t shortest) const;
+
+  // A text that every line passing the field filters contains when its columns are not in
+  // doubt: ",VALUE," of a column filtered by one exact value (the longest of them), with
+  // whether ASCII case is ignored. Nothing when no such filter is given.
+  std::optional<std::pair<std::string, bool>> field_text() const;
   // How many leading columns of an access line the field filters read: up to the last column
   // they test, and at least to the result, which tells a line whose columns moved. 0 without
   // field filters.
@@ -69,11 +85,15 @@ class RecordFilter {
   std::vector<std::string> shares;
   std::vector<AddressFilter> addresses;
   std::vector<TextPattern> operations;
+  std::vector<std::string> operation_values;
   bool want_ok = false;
   bool want_fail = false;
   std::vector<TextPattern> paths;
   std::vector<TextPattern> texts;
+  std::vector<std::string> path_values;
+  std::vector<std::string> text_values;
   std::unique_ptr<re2::RE2> grep;
+  std::vector<std::string> grep_values;
   std::optional<LiteralFinder> grep_literal;   // the one --grep, a plain string
   std::optional<LiteralFinder> grep_required;  // what the one --grep expression needs
 };

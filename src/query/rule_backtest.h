@@ -27,6 +27,9 @@ class RuleBacktest {
   // order). False with a reason in `error` when a name has no rule.
   bool load(ConfigXml& config, const std::string& settings, const std::vector<std::string>& names,
             std::string* error);
+  // The same, of the rules `all` as read from the file `settings`.
+  bool take(const std::vector<AlertInfo>& all, const std::string& settings,
+            const std::vector<std::string>& names, std::string* error);
 
   // The names of the rules that fire for the line, in the order of the file, into `fired`
   // (emptied first). The line's logged time stands for the event's time, its result word in the

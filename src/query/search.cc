@@ -2,7 +2,9 @@
 #include "query/search.h"
 
 #include <errno.h>
+#include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <memory>
@@ -76,6 +78,12 @@ bool comes_before(const LogFileEntry& entry, const LogPosition& from, bool backw
   return backward ? file > place : file < place;
 }
 
+// Takes the messages of a second listing of the log, already told by the first.
+class SilentSink : public ProblemSink {
+ public:
+  void tell(const std::string&, bool) override {}
+};
+
 }  // namespace
 
 Search::Search(const QueryPlan& plan, Problems& problems)
@@ -115,6 +123,100 @@ ScanSettings Search::scan_settings() const {
   return settings;
 }
 
+void Search::use_index(const std::string& directory, uid_t owner) {
+  if (follower || directory.empty()) return;
+  question = std::make_unique<IndexQuestion>(plan.filter, plan.range, plan.access_columns);
+  index_store = std::make_unique<IndexStore>(directory, owner);
+  char* volume = realpath(plan.root.c_str(), nullptr);
+  if (volume == nullptr) return;
+  // A store without its directory (nothing built yet) leaves every file to be scanned whole.
+  index_store->open(volume, plan.kind, /*create=*/false);
+  free(volume);
+}
+
+std::vector<LogFileEntry> Search::files_to_index() const {
+  std::lock_guard<std::mutex> hold(index_mutex);
+  std::vector<LogFileEntry> files = unindexed;
+  std::sort(files.begin(), files.end(), [](const LogFileEntry& a, const LogFileEntry& b) {
+    return std::tie(a.month, a.name) < std::tie(b.month, b.name);
+  });
+  return files;
+}
+
+IndexUse Search::index_use() const {
+  std::lock_guard<std::mutex> hold(index_mutex);
+  return use;
+}
+
+void Search::find_current_file() {
+  current_file = {};
+  {
+    std::lock_guard<std::mutex> hold(index_mutex);
+    unindexed.clear();
+    use = IndexUse();
+  }
+  if (!question) return;
+  SilentSink silent;
+  Problems told_before(silent);
+  std::vector<std::string> months = tree.months(told_before);
+  for (auto month = months.rbegin(); month != months.rend(); ++month) {
+    std::vector<std::string> names = tree.files_of_month(*month, told_before);
+    if (!names.empty()) {
+      current_file = {*month, names.back()};
+      return;
+    }
+  }
+}
+
+void Search::note_unindexed(const LogFileEntry& entry) {
+  std::lock_guard<std::mutex> hold(index_mutex);
+  unindexed.push_back(entry);
+  ++use.files_whole;
+}
+
+bool Search::scan_indexed(int fd, const std::string& relative, const LogFileEntry& entry,
+                          bool backward, const FileProgress* from, FileScanner& scanner,
+                          RecordSink& sink, FileProgress* progress,
+                          std::optional<FileProgress>* resume) {
+  // Lines are still being added to the current file, and to any file that sorts after it.
+  if (std::tie(entry.month, entry.name) >= std::tie(current_file.first, current_file.second)) {
+    return false;
+  }
+  struct stat status;
+  if (fstat(fd, &status) != 0) return false;
+  MappedIndex mapped;
+  if (index_store->is_open()) mapped = index_store->load(entry.month, entry.name);
+  IndexView index;
+  std::vector<ChosenBlock> blocks;
+  if (!mapped.valid() || !index.open(mapped.bytes()) ||
+      index.identity() != FileIdentity::of(status) || !question->choose(index, entry, &blocks)) {
+    note_unindexed(entry);
+    return false;
+  }
+  {
+    std::lock_guard<std::mutex> hold(index_mutex);
+    ++use.files_indexed;
+    use.blocks_read += blocks.size();
+    use.blocks_total += index.block_count();
+  }
+  BlockScanEnd end = scanner.scan_blocks(fd, relative, entry, blocks, from, backward,
+                                         question->narrow_finder(), sink);
+  switch (end.kind) {
+    case BlockScanEnd::Kind::kDone:
+      *progress = end.progress;
+      return true;
+    case BlockScanEnd::Kind::kFailed:
+      problems.fail(relative + ": " + strerror(errno));
+      *progress = FileProgress();
+      return true;
+    case BlockScanEnd::Kind::kDamaged:
+      note_unindexed(entry);
+      *resume = end.resume;
+      return false;
+  }
+  return false;
+}
+
 FileProgress Search::scan_file(const LogFileEntry& entry, bool backward, const FileProgress* from,
                                FileScanner& scanner, RecordSink& sink) {
   std::string relative = tree.relative_path(entry.month, entry.name);
@@ -127,6 +229,13 @@ FileProgress Search::scan_file(const LogFileEntry& entry, bool backward, const F
   }
   bool failed = false;
   FileProgress progress;
+  std::optional<FileProgress> resume;
+  if (question && question->narrows(entry) &&
+      scan_indexed(file.get(), relative, entry, backward, from, scanner, sink, &progress,
+                   &resume)) {
+    return progress;
+  }
+  if (resume) from = &*resume;
   if (backward) {
     failed = !scanner.scan_backward(file.get(), relative, entry, from, sink);
   } else {
@@ -154,6 +263,7 @@ void Search::tell_left_out(const std::vector<FileScanner>& scanners) {
 
 void Search::summarize(Summary* summary) {
   std::vector<LogFileEntry> files = tree.files(plan.range, problems);
+  find_current_file();
   size_t workers = worker_count(files.size());
   std::vector<FileScanner> scanners(workers, FileScanner(scan_settings()));
   std::vector<Summary> summaries(workers, Summary(plan.summary_request));
@@ -172,6 +282,7 @@ void Search::summarize(Summary* summary) {
 uint64_t Search::write_lines(TextWriter& out, const LogPosition* from,
                              std::optional<LogPosition>* next) {
   std::vector<LogFileEntry> files = tree.files(plan.range, problems);
+  find_current_file();
   bool backward = plan.reverse;
   if (backward) std::reverse(files.begin(), files.end());
   const FileProgress* start = nullptr;  // in the first file

@@ -3,14 +3,20 @@
 #ifndef SARVIK_QUERY_SEARCH_H_
 #define SARVIK_QUERY_SEARCH_H_
 
+#include <sys/types.h>
+
 #include <atomic>
 #include <cstdint>
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "query/file_scanner.h"
 #include "query/follow.h"
+#include "query/index_question.h"
+#include "query/index_store.h"
 #include "query/log_tree.h"
 #include "query/problems.h"
 #include "query/query_plan.h"
@@ -27,6 +33,14 @@ struct LogPosition {
   std::string month;  // "202403"
   std::string name;   // "access_20240304123456.csv"
   FileProgress at;
+};
+
+// How a search used the block indexes, for its tests and the front ends' reports.
+struct IndexUse {
+  uint64_t files_indexed = 0;  // read through their index
+  uint64_t files_whole = 0;    // closed files scanned whole for want of a current index
+  uint64_t blocks_read = 0;
+  uint64_t blocks_total = 0;
 };
 
 // The engine of the front ends: finds the matching lines of a plan and writes them, counts them
@@ -65,9 +79,29 @@ class Search {
   // Returns at once when the lines before could not be written.
   void follow(RecordSink& sink, const Follower::Deliver& deliver, int stop_fd, int idle_ms);
 
+  // After open: lets the search read the closed files of the log (those that a newer file
+  // follows) through their block indexes in the cache `directory`, trusting only files that
+  // `owner` alone could have written; only the blocks that can hold a line of the answer are
+  // read, and the answer stays that of a scan of every file. Not while following. The current
+  // file is always scanned whole.
+  void use_index(const std::string& directory, uid_t owner);
+  // The closed files that the last write_lines or summarize scanned whole because their index
+  // was missing, stale or damaged, oldest first: what an index build should take.
+  std::vector<LogFileEntry> files_to_index() const;
+  IndexUse index_use() const;
+
   LogTree& log_tree() { return tree; }
 
  private:
+  // Before the files are scanned: which file is the current one.
+  void find_current_file();
+  // Scans the file through its index when it has a current one; true with `*progress` when
+  // that is done. False: the file is to be scanned whole from `*resume` (its start unless a
+  // damaged block was found behind lines already handed on).
+  bool scan_indexed(int fd, const std::string& relative, const LogFileEntry& entry, bool backward,
+                    const FileProgress* from, FileScanner& scanner, RecordSink& sink,
+                    FileProgress* progress, std::optional<FileProgress>* resume);
+  void note_unindexed(const LogFileEntry& entry);
   ScanSettings scan_settings() const;
   // Scans one file forward or backward, from `from` when given; reports a failure. Returns
   // where a forward scan ended.
@@ -82,6 +116,14 @@ class Search {
   std::optional<Follower> follower;
   std::atomic<bool> cancelled_flag{false};
   bool output_failed = false;  // writing the lines failed: following is pointless
+
+  // The block indexes; none when not asked for.
+  std::unique_ptr<IndexStore> index_store;
+  std::unique_ptr<IndexQuestion> question;
+  std::pair<std::string, std::string> current_file;  // month and name; empty: none
+  mutable std::mutex index_mutex;
+  std::vector<LogFileEntry> unindexed;  // guarded by index_mutex
+  IndexUse use;                         // guarded by index_mutex
 };
 
 // The output settings of the plan's lines.

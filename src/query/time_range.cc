@@ -129,6 +129,11 @@ bool TimeRange::contains_time(std::string_view time_text) const {
   return !until || compare_time(time_text, until_text) <= 0;
 }
 
+bool TimeRange::overlaps(std::string_view earliest, std::string_view latest) const {
+  if (since && compare_time(latest, since_text) < 0) return false;
+  return !until || compare_time(earliest, until_text) <= 0;
+}
+
 int64_t TimeRange::first_second() const {
   return since ? civil_seconds(*since) : std::numeric_limits<int64_t>::min();
 }

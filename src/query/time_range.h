@@ -37,6 +37,10 @@ class TimeRange {
   // inside the range.
   bool contains_time(std::string_view time_text) const;
 
+  // Whether any time from `earliest` to `latest` (record time texts, in order) lies inside the
+  // range.
+  bool overlaps(std::string_view earliest, std::string_view latest) const;
+
   // The bounds in civil seconds (see civil_seconds), open ends at the far limits.
   int64_t first_second() const;
   int64_t last_second() const;

@@ -271,6 +271,65 @@ TEST_F(SarvikLog, FindsRecordsOnBothSidesOfARotationAt65535Lines) {
   EXPECT_EQ(reversed[3][7], "one");
 }
 
+// The index files that root's cache holds for the access log, with their modes.
+std::vector<std::string> access_indexes() {
+  std::vector<std::string> found;
+  for (const std::string& volume : list_dir("/var/cache/sarvik")) {
+    std::string dir = "/var/cache/sarvik/" + volume + "/accesslog";
+    for (const std::string& name : list_dir(dir)) {
+      // The builders' lock file lies beside them.
+      if (name.size() > 4 && name.compare(name.size() - 4, 4, ".idx") == 0) {
+        found.push_back(dir + "/" + name);
+      }
+    }
+  }
+  return found;
+}
+
+TEST_F(SarvikLog, AnswersThroughTheIndexOfAClosedFileAsWithoutIt) {
+  time_t now = time(nullptr);
+  time_t earlier = month_dir(now - 60) == month_dir(now) ? now - 60 : now;
+  fill_current_access_file(earlier);
+  send_samples();  // the first fills the full file, the second begins a new one
+  const std::vector<std::vector<std::string>> questions = {
+      {"--user", "alice"},
+      {"--grep", "seed/4711", "--output", "json"},
+      {"--host", "pc1", "--reverse"},
+      {"--share", "finance", "--result", "fail"},
+      {"--path", "q3.xlsx", "--output", "json"},
+      {"--user", "smith", "--count"},
+      {"--grep", "seed/6553", "--limit", "5", "--reverse"}};
+  std::vector<CommandResult> scanned;
+  for (const std::vector<std::string>& args : questions) {
+    std::vector<std::string> alone = args;
+    alone.push_back("--no-index");
+    scanned.push_back(sarvik_log(alone));
+  }
+  EXPECT_TRUE(access_indexes().empty());  // --no-index builds nothing
+
+  CommandResult built = sarvik_log({"--index"});
+  ASSERT_EQ(built.status, 0) << built.err;
+  EXPECT_NE(built.out.find("sarvik-log: 1 index(es) built"), std::string::npos) << built.out;
+  std::vector<std::string> indexes = access_indexes();
+  ASSERT_EQ(indexes.size(), 1u);
+  EXPECT_EQ(file_mode(indexes[0]), 0600);
+  EXPECT_EQ(file_mode("/var/cache/sarvik"), 0700);
+  EXPECT_NE(sarvik_log({"--index"}).out.find("0 index(es) built"), std::string::npos);
+  for (size_t i = 0; i < questions.size(); ++i) {
+    CommandResult indexed = sarvik_log(questions[i]);
+    EXPECT_EQ(indexed.out, scanned[i].out) << ::testing::PrintToString(questions[i]);
+    EXPECT_EQ(indexed.err, scanned[i].err) << ::testing::PrintToString(questions[i]);
+    EXPECT_EQ(indexed.status, scanned[i].status) << ::testing::PrintToString(questions[i]);
+  }
+
+  // Without its index, the next question that can use one builds it behind its answer.
+  ASSERT_EQ(unlink(indexes[0].c_str()), 0);
+  CommandResult first = sarvik_log(questions[0]);
+  EXPECT_EQ(first.out, scanned[0].out);
+  for (int wait = 0; wait < 200 && access_indexes().empty(); ++wait) usleep(50 * 1000);
+  EXPECT_EQ(access_indexes().size(), 1u);
+}
+
 TEST_F(SarvikLog, SystemRecordsAcrossAMonthChangeByTheirOwnTimes) {
   // The clients' times, out of order: now, then the last second of January and the first of
   // February 2024.

@@ -38,8 +38,9 @@ bool enter_fresh_volumes(std::string* why) {
     return false;
   }
   // /mnt is replaced as a whole so that /mnt/data need not exist on the host.
+  // /var/cache for the log reader's indexes, which root keeps in /var/cache/sarvik.
   if (!mount_tmpfs("/mnt", 0, why) || !mount_tmpfs("/tmp", 0, why) ||
-      !mount_tmpfs("/var/lock", 0, why)) {
+      !mount_tmpfs("/var/lock", 0, why) || !mount_tmpfs("/var/cache", 0, why)) {
     return false;
   }
   if (mkdir("/mnt/data", 0755) != 0) {

@@ -8,7 +8,7 @@ namespace sarvik::testing {
 
 // Moves the calling process into a new private mount namespace (and a network namespace of its
 // own, so that /proc/net/unix shows only its sockets) and mounts fresh, empty tmpfs
-// file systems on /mnt (with an empty /mnt/data in it), /tmp and /var/lock. The host's
+// file systems on /mnt (with an empty /mnt/data in it), /tmp, /var/lock and /var/cache. The host's
 // directories are never touched. Needs root; returns false with a reason in `why` otherwise.
 // Call it from the test's thread before the test starts any thread or child process; children
 // forked afterwards share the private view. Each call stacks a new, empty set on top.

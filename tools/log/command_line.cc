@@ -70,6 +70,9 @@ int parse_query_options(int argc, char** argv, QueryOptions* o) {
   app.add_flag("--reverse", o->reverse, "newest first");
   app.add_option("--limit", o->limit, "at most N lines")->check(CLI::PositiveNumber);
   app.add_flag("--follow", o->follow, "then print new matching lines as they come, until Ctrl-C");
+  app.add_flag("--index", o->build_index,
+               "build the block indexes of the closed files of every log, then exit");
+  app.add_flag("--no-index", o->no_index, "answer by scanning the files alone, without indexes");
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {

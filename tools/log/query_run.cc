@@ -8,6 +8,7 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include "log/index_run.h"
 #include "log/standard_error.h"
 #include "query/search.h"
 
@@ -80,15 +81,19 @@ int exit_status(const Problems& problems, uint64_t matched) {
 
 }  // namespace
 
-int run_query(const QueryOptions& options, time_t now) {
+int run_query(const QueryOptions& options, time_t now, query::SettingsReader& settings) {
   StandardError standard_error;
   Problems problems(standard_error);
   QueryPlan plan;
   std::string error;
-  if (!build_query_plan(options, now, isatty(STDOUT_FILENO) == 1, &plan, &error)) {
+  if (!build_query_plan(options, now, isatty(STDOUT_FILENO) == 1, settings, &plan, &error)) {
     problems.fail(error);
     return kTrouble;
   }
+  std::string index_directory = options.index_directory.empty()
+                                    ? query::IndexStore::default_directory()
+                                    : options.index_directory;
+  if (options.build_index) return build_all_indexes(plan, index_directory, problems);
   Descriptor stop;
   if (plan.follow) {
     stop = take_stop_signals(&error);
@@ -102,11 +107,15 @@ int run_query(const QueryOptions& options, time_t now) {
     problems.fail(error);
     return kTrouble;
   }
+  if (!options.no_index && !plan.follow) {
+    search.use_index(index_directory, geteuid());
+  }
   FdWriter standard_output(STDOUT_FILENO);
   if (plan.summary) {
     Summary summary(plan.summary_request);
     search.summarize(&summary);
     summary.print(plan.form, plan.terminal, terminal_width(), standard_output);
+    build_in_background(plan, index_directory, search.files_to_index());
     return exit_status(problems, summary.lines());
   }
 
@@ -114,6 +123,7 @@ int run_query(const QueryOptions& options, time_t now) {
   TextWriter& out =
       plan.form == OutputForm::kTable ? static_cast<TextWriter&>(table) : standard_output;
   uint64_t matched = search.write_lines(out);
+  if (!plan.follow) build_in_background(plan, index_directory, search.files_to_index());
   if (plan.follow) {
     std::unique_ptr<RecordFormatter> formatter = make_record_formatter(format_settings(plan));
     std::string pending;

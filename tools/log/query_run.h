@@ -5,14 +5,16 @@
 #include <time.h>
 
 #include "query/query_options.h"
+#include "query/settings_reader.h"
 
 namespace sarvik::log_tool {
 
 // Reads the log that `options` name and writes the matching lines, or their summary, to
 // standard output; problems go to standard error. `now` is the time that relative bounds count
-// from. Returns the exit status: kMatched, kNoneMatched or kTrouble (also when some file could
-// not be read, after the rest was). Main thread; the search starts and joins its own workers.
-int run_query(const query::QueryOptions& options, time_t now);
+// from; the settings are read through `settings` when the question needs them. Returns the exit
+// status: kMatched, kNoneMatched or kTrouble (also when some file could not be read, after the
+// rest was). Main thread; the search starts and joins its own workers.
+int run_query(const query::QueryOptions& options, time_t now, query::SettingsReader& settings);
 
 }  // namespace sarvik::log_tool
 

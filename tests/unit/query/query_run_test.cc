@@ -62,11 +62,13 @@ class QueryRunTest : public ::testing::Test {
   // Runs the query with standard output into a file; its exit status and that output.
   std::pair<int, std::string> run(QueryOptions options) {
     options.root = dir.path();
+    // No index: it would be built by a process of its own after the test has ended.
+    options.no_index = true;
     std::string out_path = dir / "out";
     int out = open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     int saved = dup(STDOUT_FILENO);
     dup2(out, STDOUT_FILENO);
-    int status = run_query(options, kNow);
+    int status = run_query(options, kNow, *make_xml_settings_reader());
     dup2(saved, STDOUT_FILENO);
     close(saved);
     close(out);
@@ -151,7 +153,8 @@ TEST_F(QueryRunTest, RulesOnEveryWorker) {
 TEST_F(QueryRunTest, AVolumeThatCannotBeReadIsAnError) {
   QueryOptions options;
   options.root = dir / "nowhere";
-  EXPECT_EQ(run_query(options, kNow), 2);
+  options.no_index = true;
+  EXPECT_EQ(run_query(options, kNow, *make_xml_settings_reader()), 2);
 }
 
 }  // namespace

@@ -1,0 +1,57 @@
+// sarvik-log's settings, read by a module that is loaded only when they are needed.
+#include "log/loaded_settings.h"
+
+#include <dlfcn.h>
+#include <limits.h>
+#include <unistd.h>
+
+namespace sarvik::log_tool {
+
+namespace {
+
+using MakeReader = query::SettingsReader* (*)();
+
+// The directory of the running program, with its final '/'; empty when it cannot be told.
+std::string program_dir() {
+  char path[PATH_MAX];
+  ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
+  if (length <= 0) return "";
+  std::string text(path, static_cast<size_t>(length));
+  return text.substr(0, text.rfind('/') + 1);
+}
+
+}  // namespace
+
+bool LoadedSettings::load(const std::string& path, std::string* error) {
+  if (!reader) {
+    std::string dir = program_dir();
+    void* module = nullptr;
+    std::string tried;
+    for (const std::string& candidate :
+         {dir + kSettingsModule, dir + SARVIK_SETTINGS_MODULE_DIR + kSettingsModule}) {
+      // Never unloaded: the rules it reads keep pointing into it.
+      module = dlopen(candidate.c_str(), RTLD_NOW | RTLD_LOCAL);
+      if (module != nullptr) break;
+      tried = dlerror();
+    }
+    auto make = module == nullptr
+                    ? nullptr
+                    : reinterpret_cast<MakeReader>(dlsym(module, "sarvik_log_settings_reader"));
+    if (make == nullptr) {
+      *error = "cannot load the settings reader: " + tried;
+      return false;
+    }
+    reader.reset(make());
+  }
+  return reader->load(path, error);
+}
+
+bool LoadedSettings::volume(std::string* volume, std::string* error) {
+  return reader->volume(volume, error);
+}
+
+bool LoadedSettings::alert_rules(std::vector<AlertInfo>* rules, std::string* error) {
+  return reader->alert_rules(rules, error);
+}
+
+}  // namespace sarvik::log_tool
