@@ -3,8 +3,10 @@
 // the alert rules agreeing with the alert log that the service wrote.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -175,6 +177,37 @@ TEST_F(SarvikLog, FindsTheLogThroughTheSettingsOrAGivenRoot) {
   CommandResult elsewhere = sarvik_log({"--settings", "/mnt/data/none.xml", "--count"});
   EXPECT_EQ(elsewhere.status, 2);
   EXPECT_NE(elsewhere.err.find("/mnt/data/none.xml"), std::string::npos) << elsewhere.err;
+}
+
+// The settings code is a module the program loads beside itself; a copy of the program in a
+// directory that another user may write never loads the module found there.
+TEST_F(SarvikLog, LoadsItsSettingsModuleOnlyWhereNoOtherUserMayWrite) {
+  send_samples();
+  const std::string program = SARVIK_LOG_PATH;
+  const std::string dir = "/tmp/copied";
+  ASSERT_EQ(mkdir(dir.c_str(), 0755), 0);
+  const std::string module = program.substr(0, program.rfind('/') + 1) + "sarvik-log-settings.so";
+  for (const std::string& file : {program, module}) {
+    std::filesystem::copy_file(file, dir + file.substr(file.rfind('/')));
+  }
+  const std::string copy = dir + program.substr(program.rfind('/'));
+  CommandResult trusted = run_command({copy, "--count"});
+  EXPECT_EQ(trusted.status, 0) << trusted.err;
+  EXPECT_EQ(trusted.out, "6\n");
+
+  ASSERT_EQ(chmod(dir.c_str(), 01777), 0);
+  CommandResult open_dir = run_command({copy, "--count"});
+  EXPECT_EQ(open_dir.status, 2);
+  EXPECT_NE(open_dir.err.find("cannot load the settings reader"), std::string::npos)
+      << open_dir.err;
+  EXPECT_EQ(open_dir.out, "");
+
+  ASSERT_EQ(chmod(dir.c_str(), 0755), 0);
+  ASSERT_EQ(chmod((dir + "/sarvik-log-settings.so").c_str(), 0666), 0);
+  CommandResult open_module = run_command({copy, "--count"});
+  EXPECT_EQ(open_module.status, 2);
+  EXPECT_NE(open_module.err.find("cannot load the settings reader"), std::string::npos)
+      << open_module.err;
 }
 
 TEST_F(SarvikLog, ExitsAsGrepDoes) {

@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 #include <limits.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace sarvik::log_tool {
@@ -20,6 +21,20 @@ std::string program_dir() {
   return text.substr(0, text.rfind('/') + 1);
 }
 
+// Whether `path` is a regular file that neither it nor its directory lets anyone but root or
+// the running user change. A copy of the program run from a directory others may write (by
+// root, say) then never loads what another user put beside it.
+bool trusted_module(const std::string& path) {
+  auto kept = [](const std::string& name, bool regular) {
+    struct stat status;
+    return stat(name.c_str(), &status) == 0 &&
+           (regular ? S_ISREG(status.st_mode) : S_ISDIR(status.st_mode)) &&
+           (status.st_uid == 0 || status.st_uid == geteuid()) &&
+           (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+  };
+  return kept(path, true) && kept(path.substr(0, path.rfind('/') + 1) + ".", false);
+}
+
 }  // namespace
 
 bool LoadedSettings::load(const std::string& path, std::string* error) {
@@ -29,6 +44,10 @@ bool LoadedSettings::load(const std::string& path, std::string* error) {
     std::string tried;
     for (const std::string& candidate :
          {dir + kSettingsModule, dir + SARVIK_SETTINGS_MODULE_DIR + kSettingsModule}) {
+      if (!trusted_module(candidate)) {
+        tried = candidate + ": not there, or writable by another user";
+        continue;
+      }
       // Never unloaded: the rules it reads keep pointing into it.
       module = dlopen(candidate.c_str(), RTLD_NOW | RTLD_LOCAL);
       if (module != nullptr) break;
