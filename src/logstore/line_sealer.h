@@ -17,8 +17,8 @@ struct WrittenLine {
   const std::string& name;      // the file's name
   dev_t device;                 // the file written, as its open descriptor shows it
   ino_t inode;
-  uint64_t offset;    // of the line's first byte in the file
-  bool opened_empty;  // the log found the file empty when it opened it
+  uint64_t offset;          // of the line's first byte in the file
+  bool opened_empty;        // the log found the file empty when it opened it
   const std::string& text;  // the line, without the CR LF that follows it
 };
 

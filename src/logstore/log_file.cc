@@ -46,8 +46,8 @@ void LogFile::tell_sealer(const std::string& line) {
   if (!end_known) return;
   const uint64_t offset = open_end;
   open_end += line.size() + sizeof kLineEnd - 1;
-  sealer->line_written(WrittenLine{log_root, open_month, file_name, open_device, open_inode,
-                                   offset, opened_empty, line});
+  sealer->line_written(WrittenLine{log_root, open_month, file_name, open_device, open_inode, offset,
+                                   opened_empty, line});
 }
 
 // Read failures are ignored: a missing number leaves the count at 0, an empty file the name empty.

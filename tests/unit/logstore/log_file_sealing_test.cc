@@ -1,8 +1,6 @@
 // Tests of what a log tells its sealer: every line as it stands in its file, and every file that
 // its expiry deleted.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <string>
@@ -10,6 +8,7 @@
 
 #include "logstore/line_sealer.h"
 #include "logstore/log_file.h"
+#include "testing/file_size_limit.h"
 #include "testing/file_text.h"
 #include "testing/temp_dir.h"
 #include "testing/time_zone.h"
@@ -17,6 +16,7 @@
 namespace sarvik {
 namespace {
 
+using ::sarvik::testing::FileSizeLimit;
 using ::sarvik::testing::make_dirs;
 using ::sarvik::testing::read_file;
 using ::sarvik::testing::ScopedTimeZone;
@@ -42,8 +42,8 @@ struct Told {
 class RecordingSealer : public LineSealer {
  public:
   void line_written(const WrittenLine& line) override {
-    lines.push_back(Told{line.log_root, line.month, line.name, line.device, line.inode,
-                         line.offset, line.opened_empty, line.text});
+    lines.push_back(Told{line.log_root, line.month, line.name, line.device, line.inode, line.offset,
+                         line.opened_empty, line.text});
   }
   void file_expired(const ExpiredFile& file) override { expired.push_back(file); }
 
@@ -78,19 +78,21 @@ class LogFileSealing : public ::testing::Test {
 TEST_F(LogFileSealing, EachLineIsToldWithItsFileAndWhereItBegins) {
   {
     LogFile log = access_log();
-  log.sealer = &sealer;
+    log.sealer = &sealer;
     log.sealer = &sealer;
     ASSERT_EQ(log.write_line(kMarch4th, "first"), 0);
     ASSERT_EQ(log.write_line(kMarch4th, "second, longer"), 0);
   }
   {
     LogFile log = access_log();
-  log.sealer = &sealer;
+    log.sealer = &sealer;
     log.sealer = &sealer;
     ASSERT_EQ(log.write_line(kMarch4th + 1, ""), 0);
   }
   const std::string path = root() + "/201703/access_20170304123456.csv";
-  ASSERT_EQ(read_file(path), "\xEF\xBB\xBF" "first\r\nsecond, longer\r\n\r\n");
+  ASSERT_EQ(read_file(path),
+            "\xEF\xBB\xBF"
+            "first\r\nsecond, longer\r\n\r\n");
   struct stat file = status_of(path);
   ASSERT_EQ(sealer.lines.size(), 3u);
   const uint64_t offsets[] = {3, 10, 26};
@@ -127,7 +129,7 @@ TEST_F(LogFileSealing, ANewFileIsToldWithItsOwnIdentity) {
 TEST_F(LogFileSealing, AFileThatAnotherHandExtendedIsToldWhereTheLineReallyBegins) {
   {
     LogFile log = access_log();
-  log.sealer = &sealer;
+    log.sealer = &sealer;
     log.sealer = &sealer;
     ASSERT_EQ(log.write_line(kMarch4th, "ours"), 0);
   }
@@ -145,36 +147,15 @@ TEST_F(LogFileSealing, WithoutASealerNothingChanges) {
   LogFile log(base, "accesslog", "access_", ".csv", state);
   EXPECT_EQ(log.sealer, nullptr);
   ASSERT_EQ(log.write_line(kMarch4th, "x"), 0);
-  EXPECT_EQ(read_file(root() + "/201703/access_20170304123456.csv"), "\xEF\xBB\xBF" "x\r\n");
+  EXPECT_EQ(read_file(root() + "/201703/access_20170304123456.csv"),
+            "\xEF\xBB\xBF"
+            "x\r\n");
 }
-
-// Lets a write grow files up to `bytes` only: the write then fails with EFBIG, as a write to a
-// full volume fails with ENOSPC.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) {
-    getrlimit(RLIMIT_FSIZE, &saved);
-    old_handler = signal(SIGXFSZ, SIG_IGN);
-    rlimit limited = saved;
-    limited.rlim_cur = bytes;
-    setrlimit(RLIMIT_FSIZE, &limited);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &saved);
-    signal(SIGXFSZ, old_handler);
-  }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
- private:
-  rlimit saved{};
-  sighandler_t old_handler;
-};
 
 TEST_F(LogFileSealing, ALineThatDidNotReachItsFileIsNotTold) {
   {
     LogFile log = access_log();
-  log.sealer = &sealer;
+    log.sealer = &sealer;
     log.sealer = &sealer;
     ASSERT_EQ(log.write_line(kMarch4th, "fits"), 0);
   }
@@ -192,7 +173,7 @@ TEST_F(LogFileSealing, ALineThatDidNotReachItsFileIsNotTold) {
 TEST_F(LogFileSealing, ExpiryTellsEveryFileItDeletedWithItsIdentity) {
   {
     LogFile log = access_log();
-  log.sealer = &sealer;
+    log.sealer = &sealer;
     log.sealer = &sealer;
     ASSERT_EQ(log.write_line(kMarch4th, "old"), 0);
   }

@@ -63,8 +63,8 @@ TEST(ReadHardening, SafeTextIsOnOnlyWithExactlyTrue) {
 TEST(ReadHardening, SealingIsOnOnlyWithExactlyTrue) {
   EXPECT_TRUE(read_from("<hardening><seal enable=\"true\"/></hardening>").seal);
   for (const char* value : {"TRUE", "yes", "1", ""}) {
-    EXPECT_FALSE(read_from(std::string("<hardening><seal enable=\"") + value + "\"/></hardening>")
-                     .seal)
+    EXPECT_FALSE(
+        read_from(std::string("<hardening><seal enable=\"") + value + "\"/></hardening>").seal)
         << value;
   }
   EXPECT_FALSE(read_from("<hardening><seal/></hardening>").seal);

@@ -1,0 +1,50 @@
+// The cryptography of sealing: line hashes, the forward-evolving chain keys and record tags.
+//
+// All of it comes from libsodium, a well-kept library with Debian's security support:
+// - a line's hash is BLAKE2b with 16 bytes of output (crypto_generichash), fast on short lines;
+// - a chain's key evolves with every record in the manner of a fast-key-erasure generator: one
+//   ChaCha20 block under the current key (crypto_stream_chacha20) gives the one-time key of the
+//   record and the next key, and the current key is then overwritten. From a later key no earlier
+//   one can be computed; from the first every later one can;
+// - a record's tag is Poly1305 (crypto_onetimeauth) under its one-time key, over the previous
+//   record's tag and the record, so the records form one chain;
+// - the first key of each log's chain derives from the verification key by crypto_kdf.
+#ifndef SARVIK_SEAL_SEAL_CRYPTO_H_
+#define SARVIK_SEAL_SEAL_CRYPTO_H_
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "seal/seal_format.h"
+
+namespace sarvik {
+
+inline constexpr size_t kVerificationKeyBytes = 32;
+using VerificationKey = std::array<uint8_t, kVerificationKeyBytes>;
+
+// Initialises libsodium; false when it cannot be used. Any thread, any number of times.
+bool seal_crypto_ready();
+
+// BLAKE2b of `size` bytes at `data`, 16 bytes long.
+SealHash seal_hash(const char* data, size_t size);
+
+// A fresh random verification key.
+VerificationKey random_verification_key();
+// The first key of chain `chain` (0 system, 1 access, 2 alert log) of `key`.
+ChainKey first_chain_key(const VerificationKey& key, int chain);
+// What the key file keeps to tell the verification key it was made with.
+KeyFingerprint key_fingerprint(const VerificationKey& key);
+
+// The tag of the record whose bytes are at `record` (its first slot, the name in the slots
+// after it, `name_bytes` long), made with `key` behind `previous`; `*next` receives the key of
+// the record after it. `key` and `*next` may be the same object: the key is then overwritten.
+SealTag seal_tag(const ChainKey& key, const SealTag& previous, const uint8_t* record,
+                 size_t name_bytes, ChainKey* next);
+
+// Overwrites `size` bytes at `data` in a way the compiler does not leave out.
+void erase_secret(void* data, size_t size);
+
+}  // namespace sarvik
+
+#endif  // SARVIK_SEAL_SEAL_CRYPTO_H_
