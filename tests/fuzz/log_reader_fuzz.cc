@@ -8,20 +8,20 @@
 #include <string>
 #include <vector>
 
-#include "chunk_reader.h"
-#include "display_text.h"
-#include "field_encoding.h"
 #include "fuzz_input.h"
 #include "fuzz_target.h"
+#include "query/chunk_reader.h"
+#include "query/display_text.h"
+#include "query/field_encoding.h"
+#include "query/utf8.h"
 #include "record/record_columns.h"
-#include "utf8.h"
 
 namespace fuzz = sarvik::fuzzing;
 
 namespace {
 
 using namespace sarvik;
-using namespace sarvik::log_query;
+using namespace sarvik::query;
 
 constexpr size_t kMaxFile = 4096;
 constexpr size_t kMaxBlock = 64;

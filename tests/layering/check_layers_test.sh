@@ -12,11 +12,13 @@ failures=0
 make_tree() {
   rm -rf "$work/tree"
   mkdir -p "$work/tree/src/support" "$work/tree/src/settings" "$work/tree/src/core" \
-    "$work/tree/tools"
+    "$work/tree/src/query" "$work/tree/tools"
   echo '#include "support/a.h"' >"$work/tree/src/support/a.cc"
   echo '#include "logstore/auto_delete.h"' >"$work/tree/src/settings/b.h"
   echo '#include "alert/c.h"' >"$work/tree/src/core/d.cc"
   echo '#include "settings/b.h"' >"$work/tree/tools/e.cc"
+  printf '#include "logstore/log_names.h"\n#include "record/f.h"\n' >"$work/tree/src/query/g.cc"
+  echo '#include "query/g.h"' >>"$work/tree/tools/e.cc"
   echo 'target_link_libraries(sarvik_settings PUBLIC sarvik_support)' \
     >"$work/tree/src/settings/CMakeLists.txt"
 }
@@ -52,6 +54,18 @@ expect_rejected "settings including more of logstore than its expiry record" src
 make_tree
 echo '#include "core/server.h"' >>"$work/tree/tools/e.cc"
 expect_rejected "a tool including core" tools/e.cc
+
+make_tree
+echo '#include "alert/alert_thread.h"' >>"$work/tree/src/query/g.cc"
+expect_rejected "the query engine including alert" src/query/g.cc
+
+make_tree
+echo '#include "logstore/log_file.h"' >>"$work/tree/src/query/g.cc"
+expect_rejected "the query engine including the log writer" src/query/g.cc
+
+make_tree
+echo '#include "query/g.h"' >>"$work/tree/src/settings/b.h"
+expect_rejected "settings including the query engine" src/settings/b.h
 
 make_tree
 printf 'add_library(x x.cc)\ntarget_link_libraries(x PUBLIC sarvik_settings\n  sarvik_core)\n' \

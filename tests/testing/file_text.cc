@@ -28,6 +28,12 @@ void write_file(const std::string& path, const std::string& content, unsigned mo
   chmod(path.c_str(), mode);
 }
 
+void append_file(const std::string& path, const std::string& content) {
+  std::ofstream out(path, std::ios::binary | std::ios::app);
+  out << content;
+  if (!out.flush()) throw std::runtime_error("cannot append to " + path);
+}
+
 void make_dirs(const std::string& path) {
   for (size_t pos = 1; pos != std::string::npos;) {
     pos = path.find('/', pos + 1);

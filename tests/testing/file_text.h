@@ -11,6 +11,8 @@ namespace sarvik::testing {
 std::string read_file(const std::string& path);
 // Replaces `path` with `content`; throws std::runtime_error on failure.
 void write_file(const std::string& path, const std::string& content, unsigned mode = 0644);
+// Appends `content` to `path`, as a writer of a log does; throws std::runtime_error on failure.
+void append_file(const std::string& path, const std::string& content);
 // Creates `path` and its missing parents; throws std::runtime_error on failure.
 void make_dirs(const std::string& path);
 // The permission bits of `path`, or -1 when it does not exist.
