@@ -51,12 +51,29 @@ KeyFingerprint key_fingerprint(const VerificationKey& key) {
   return print;
 }
 
+namespace {
+
+// The block of the chain under `key`: its first half is the one-time key of the record, its
+// second half the next key.
+void chain_block(const ChainKey& key, uint8_t* block) {
+  static const uint8_t kZeroNonce[crypto_stream_chacha20_NONCEBYTES] = {};
+  crypto_stream_chacha20(block, crypto_onetimeauth_KEYBYTES + kChainKeyBytes, kZeroNonce,
+                         key.data());
+}
+
+}  // namespace
+
+void advance_chain_key(ChainKey* key) {
+  uint8_t block[crypto_onetimeauth_KEYBYTES + kChainKeyBytes];
+  chain_block(*key, block);
+  memcpy(key->data(), block + crypto_onetimeauth_KEYBYTES, kChainKeyBytes);
+  erase_secret(block, sizeof block);
+}
+
 SealTag seal_tag(const ChainKey& key, const SealTag& previous, const uint8_t* record,
                  size_t name_bytes, ChainKey* next) {
-  // The block's first half is the one-time key of this record, its second half the next key.
-  static const uint8_t kZeroNonce[crypto_stream_chacha20_NONCEBYTES] = {};
   uint8_t block[crypto_onetimeauth_KEYBYTES + kChainKeyBytes];
-  crypto_stream_chacha20(block, sizeof block, kZeroNonce, key.data());
+  chain_block(key, block);
   uint8_t input[kMostTagged];
   if (name_bytes > kMaxSealName) name_bytes = kMaxSealName;
   memcpy(input, previous.data(), kSealTagBytes);

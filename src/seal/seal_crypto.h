@@ -42,6 +42,9 @@ KeyFingerprint key_fingerprint(const VerificationKey& key);
 SealTag seal_tag(const ChainKey& key, const SealTag& previous, const uint8_t* record,
                  size_t name_bytes, ChainKey* next);
 
+// The key after `*key`, in its place, for a record that is not there to be tagged.
+void advance_chain_key(ChainKey* key);
+
 // Overwrites `size` bytes at `data` in a way the compiler does not leave out.
 void erase_secret(void* data, size_t size);
 

@@ -80,6 +80,15 @@ TEST_F(SealCrypto, TheKeyEvolvesWithEveryRecordAndFromTheFirstEveryLaterOneFollo
   EXPECT_EQ(again, key);
 }
 
+TEST_F(SealCrypto, AKeyAdvancesWithoutARecordAsWithOne) {
+  ChainKey key = first_chain_key(random_verification_key(), 2);
+  std::vector<uint8_t> record = record_bytes(7);
+  ChainKey next;
+  seal_tag(key, SealTag{}, record.data(), 0, &next);
+  advance_chain_key(&key);
+  EXPECT_EQ(key, next);
+}
+
 TEST_F(SealCrypto, ATagDependsOnThePreviousTagAndEveryByteItCovers) {
   const ChainKey key = first_chain_key(random_verification_key(), 0);
   std::vector<uint8_t> record(3 * kSlotBytes, 0x41);

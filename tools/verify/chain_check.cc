@@ -1,0 +1,144 @@
+// Proving a log's chain with the verification key.
+#include "verify/chain_check.h"
+
+#include "verify/journal_reader.h"
+
+namespace sarvik::verify {
+
+namespace {
+
+// A gap in a chain is taken for lost seals up to this many (a number further on is no seal of
+// the chain): deriving the keys across it takes about half a minute.
+constexpr uint64_t kMostAhead = uint64_t{1} << 28;
+
+std::string seals_text(uint64_t first, uint64_t last) {
+  return first == last ? "seal " + std::to_string(first)
+                       : "seals " + std::to_string(first) + " to " + std::to_string(last);
+}
+
+// Walks the chain along the journal, keeping its key and tag.
+class ChainWalk {
+ public:
+  ChainWalk(int chain, const std::string& log_dir, const VerificationKey& key,
+            const ChainHead& head, std::vector<Finding>* findings)
+      : log_dir(log_dir), key(first_chain_key(key, chain)), head(head), findings(findings) {}
+  ~ChainWalk() { erase_secret(key.data(), key.size()); }
+  ChainWalk(const ChainWalk&) = delete;
+  ChainWalk& operator=(const ChainWalk&) = delete;
+
+  void damaged(uint64_t offset, const std::string& why) {
+    state("the journal is damaged at byte " + std::to_string(offset) + ": " + why);
+    linked = false;
+  }
+
+  void record(const SealRecord& record, const uint8_t* bytes) {
+    if (record.type != SealType::kLine) file = record.name;
+    if (record.seq < expected) {
+      state(seals_text(record.seq, record.seq) + " stands after " +
+            seals_text(expected - 1, expected - 1) +
+            ": the journal was rolled back and written anew");
+      linked = false;
+      return;
+    }
+    if (record.seq > expected) {
+      if (record.seq - expected > kMostAhead) {
+        state(seals_text(record.seq, record.seq) + " is no seal of this chain");
+        linked = false;
+        return;
+      }
+      state(seals_text(expected, record.seq - 1) +
+            " are missing from the journal: the state was cut or rolled back");
+      skip_to(record.seq);
+      linked = false;
+    }
+    ChainKey next;
+    const SealTag tag = seal_tag(key, previous, bytes, record.name.size(), &next);
+    if (linked && tag != record.tag) {
+      Finding finding{FindingKind::kState, log_dir, 0, 0, 0, ""};
+      finding.explanation = seals_text(record.seq, record.seq) +
+                            " was altered in the state, or made with a later key";
+      if (record.type == SealType::kLine && !file.empty()) {
+        finding.file = log_dir + "/" + file;
+        finding.line = record.line;
+        finding.sealed_line = record.line;
+        finding.explanation = "the seal of this line (" + finding.explanation + ")";
+      }
+      findings->push_back(finding);
+    }
+    key = next;
+    erase_secret(next.data(), next.size());
+    previous = record.tag;
+    expected = record.seq + 1;
+    linked = true;
+  }
+
+  // The key file must end the chain where the journal ends it.
+  void end() {
+    if (head.next_seq > expected && head.next_seq - expected <= kMostAhead) {
+      state("the key file counts " + std::to_string(head.next_seq) + " seals, but the journal " +
+            "ends before " + seals_text(expected, head.next_seq - 1) +
+            ": the state was cut or rolled back");
+      skip_to(head.next_seq);
+      linked = false;
+    } else if (head.next_seq != expected) {
+      state("the journal holds seals beyond the " + std::to_string(head.next_seq) +
+            " that the key file counts: the key file was rolled back");
+      return;
+    }
+    if (head.key != key) {
+      state("the key file's key is not the one of seal " + std::to_string(expected) +
+            ": the state was rebuilt");
+    } else if (linked && expected > 0 && head.last_tag != previous) {
+      state("the key file does not end with the journal's last seal: the state was rebuilt");
+    }
+  }
+
+ private:
+  void state(const std::string& explanation) {
+    Finding finding{FindingKind::kState, log_dir, 0, 0, 0, ""};
+    finding.explanation = explanation;
+    findings->push_back(finding);
+  }
+
+  void skip_to(uint64_t seq) {
+    for (; expected < seq; ++expected) advance_chain_key(&key);
+  }
+
+  const std::string log_dir;
+  ChainKey key;
+  const ChainHead& head;
+  std::vector<Finding>* findings;
+  SealTag previous{};
+  uint64_t expected = 0;
+  bool linked = true;  // `previous` is the tag of the record just before
+  std::string file;    // the file of the run, "YYYYMM/name"
+};
+
+}  // namespace
+
+bool check_chain(int fd, int chain, const std::string& log_dir, const VerificationKey& key,
+                 const ChainHead& head, std::vector<Finding>* findings) {
+  ChainWalk walk(chain, log_dir, key, head, findings);
+  JournalReader reader(fd);
+  for (;;) {
+    SealRecord record;
+    const uint8_t* bytes = nullptr;
+    uint64_t offset = 0;
+    std::string why;
+    switch (reader.next(&record, &bytes, &offset, &why)) {
+      case JournalReader::Step::kRecord:
+        walk.record(record, bytes);
+        break;
+      case JournalReader::Step::kDamaged:
+        walk.damaged(offset, why);
+        break;
+      case JournalReader::Step::kEnd:
+        walk.end();
+        return true;
+      case JournalReader::Step::kError:
+        return false;
+    }
+  }
+}
+
+}  // namespace sarvik::verify

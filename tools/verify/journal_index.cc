@@ -1,0 +1,108 @@
+// Which file each seal of a journal belongs to.
+#include "verify/journal_index.h"
+
+#include <errno.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "verify/journal_reader.h"
+
+namespace sarvik::verify {
+
+namespace {
+
+// Line records read back at a time.
+constexpr uint64_t kRecordsPerRead = 4096;
+
+SealedGeneration* generation_of(SealedFile& file, const SealRecord& record) {
+  if (!file.generations.empty()) {
+    SealedGeneration& last = file.generations.back();
+    // The service came back to a file it wrote before.
+    if (!last.expired && last.device == record.device && last.inode == record.inode) return &last;
+  }
+  SealedGeneration fresh;
+  fresh.device = record.device;
+  fresh.inode = record.inode;
+  file.generations.push_back(fresh);
+  return &file.generations.back();
+}
+
+}  // namespace
+
+bool JournalIndex::read(int fd) {
+  JournalReader reader(fd);
+  SealedGeneration* current = nullptr;  // where the line records go
+  for (;;) {
+    SealRecord record;
+    const uint8_t* bytes = nullptr;
+    uint64_t offset = 0;
+    std::string why;
+    JournalReader::Step step = reader.next(&record, &bytes, &offset, &why);
+    if (step == JournalReader::Step::kEnd) return true;
+    if (step == JournalReader::Step::kError) return false;
+    if (step == JournalReader::Step::kDamaged) {
+      damaged.push_back("byte " + std::to_string(offset) + ": " + why);
+      // Line records that follow belong to a file this one may have named.
+      current = nullptr;
+      continue;
+    }
+    ++record_count;
+    if (record.type == SealType::kFile) {
+      current = generation_of(by_name[record.name], record);
+    } else if (record.type == SealType::kExpired) {
+      auto file = by_name.find(record.name);
+      if (file == by_name.end()) continue;  // a file sealed before the journal's start
+      for (SealedGeneration& generation : file->second.generations) {
+        if (generation.device == record.device && generation.inode == record.inode) {
+          generation.expired = true;
+        }
+      }
+      current = nullptr;
+    } else if (current == nullptr) {
+      damaged.push_back("byte " + std::to_string(offset) + ": a line seal of no known file");
+    } else {
+      if (current->lines == 0) current->first_line = record.line;
+      ++current->lines;
+      if (!current->spans.empty() &&
+          current->spans.back().offset + current->spans.back().records * kSlotBytes == offset) {
+        ++current->spans.back().records;
+      } else {
+        current->spans.push_back(SealSpan{offset, 1});
+      }
+    }
+  }
+}
+
+bool read_sealed_lines(int fd, const std::vector<SealSpan>& spans, std::vector<SealedLine>* lines) {
+  std::vector<uint8_t> buffer;
+  for (const SealSpan& span : spans) {
+    for (uint64_t done = 0; done < span.records;) {
+      const uint64_t records = std::min(kRecordsPerRead, span.records - done);
+      buffer.resize(records * kSlotBytes);
+      const uint64_t at = span.offset + done * kSlotBytes;
+      ssize_t got = pread(fd, buffer.data(), buffer.size(), static_cast<off_t>(at));
+      if (got < 0 && errno == EINTR) continue;
+      if (got != static_cast<ssize_t>(buffer.size())) {
+        if (got >= 0) errno = EIO;  // the journal shrank since it was indexed
+        return false;
+      }
+      for (uint64_t i = 0; i < records; ++i) {
+        SealRecord record;
+        size_t used = 0;
+        std::string why;
+        if (parse_seal(buffer.data() + i * kSlotBytes, kSlotBytes, &record, &used, &why) !=
+                SealParse::kRecord ||
+            record.type != SealType::kLine) {
+          errno = EIO;
+          return false;
+        }
+        lines->push_back(SealedLine{record.line, record.unsealed_before, record.hash});
+      }
+      done += records;
+    }
+  }
+  return true;
+}
+
+}  // namespace sarvik::verify
