@@ -26,12 +26,22 @@ class ChainWalk {
   ChainWalk(const ChainWalk&) = delete;
   ChainWalk& operator=(const ChainWalk&) = delete;
 
+  // Slots one after another that are damaged alike make one finding.
   void damaged(uint64_t offset, const std::string& why) {
-    state("the journal is damaged at byte " + std::to_string(offset) + ": " + why);
+    if (damage_slots > 0 && offset == damage_from + damage_slots * kSlotBytes &&
+        why == damage_why) {
+      ++damage_slots;
+      return;
+    }
+    tell_damage();
+    damage_from = offset;
+    damage_slots = 1;
+    damage_why = why;
     linked = false;
   }
 
   void record(const SealRecord& record, const uint8_t* bytes) {
+    tell_damage();
     if (record.type != SealType::kLine) file = record.name;
     if (record.seq < expected) {
       state(seals_text(record.seq, record.seq) + " stands after " +
@@ -74,6 +84,7 @@ class ChainWalk {
 
   // The key file must end the chain where the journal ends it.
   void end() {
+    tell_damage();
     if (head.next_seq > expected && head.next_seq - expected <= kMostAhead) {
       state("the key file counts " + std::to_string(head.next_seq) + " seals, but the journal " +
             "ends before " + seals_text(expected, head.next_seq - 1) +
@@ -100,6 +111,14 @@ class ChainWalk {
     findings->push_back(finding);
   }
 
+  void tell_damage() {
+    if (damage_slots == 0) return;
+    state("the journal is damaged in " + std::to_string(damage_slots) +
+          (damage_slots == 1 ? " slot" : " slots") + " from byte " + std::to_string(damage_from) +
+          ": " + damage_why);
+    damage_slots = 0;
+  }
+
   void skip_to(uint64_t seq) {
     for (; expected < seq; ++expected) advance_chain_key(&key);
   }
@@ -112,6 +131,10 @@ class ChainWalk {
   uint64_t expected = 0;
   bool linked = true;  // `previous` is the tag of the record just before
   std::string file;    // the file of the run, "YYYYMM/name"
+  // Damaged slots not told yet.
+  uint64_t damage_from = 0;
+  uint64_t damage_slots = 0;
+  std::string damage_why;
 };
 
 }  // namespace

@@ -42,9 +42,9 @@ bool JournalIndex::read(int fd) {
     if (step == JournalReader::Step::kEnd) return true;
     if (step == JournalReader::Step::kError) return false;
     if (step == JournalReader::Step::kDamaged) {
-      damaged.push_back("byte " + std::to_string(offset) + ": " + why);
-      // Line records that follow belong to a file this one may have named.
-      current = nullptr;
+      // The run goes on behind it: a blank stretch is what a journal put back in place while the
+      // service went on writing leaves, and the seals behind it are still those of the run.
+      if (damaged++ == 0) first_damaged = "byte " + std::to_string(offset) + ": " + why;
       continue;
     }
     ++record_count;
@@ -60,7 +60,9 @@ bool JournalIndex::read(int fd) {
       }
       current = nullptr;
     } else if (current == nullptr) {
-      damaged.push_back("byte " + std::to_string(offset) + ": a line seal of no known file");
+      if (damaged++ == 0) {
+        first_damaged = "byte " + std::to_string(offset) + ": a line seal of no known file";
+      }
     } else {
       if (current->lines == 0) current->first_line = record.line;
       ++current->lines;

@@ -42,13 +42,16 @@ class JournalIndex {
   bool read(int fd);
 
   const std::map<std::string, SealedFile>& files() const { return by_name; }
-  // Where the journal is damaged: "byte N: reason".
-  const std::vector<std::string>& damage() const { return damaged; }
+  // Slots of the journal that hold no record.
+  uint64_t damaged_slots() const { return damaged; }
+  // The first of them: "byte N: reason"; empty when there is none.
+  const std::string& first_damage() const { return first_damaged; }
   uint64_t records() const { return record_count; }
 
  private:
   std::map<std::string, SealedFile> by_name;
-  std::vector<std::string> damaged;
+  uint64_t damaged = 0;
+  std::string first_damaged;
   uint64_t record_count = 0;
 };
 

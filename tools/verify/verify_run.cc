@@ -172,12 +172,12 @@ int run_verify(const query::QueryOptions& options, const VerifyCommand& command,
                     (work.journal.valid() ? journal + ": " + strerror(errno) : error));
       return query::kTrouble;
     }
-    if (!key && !work.index.damage().empty()) {
-      problems.warn(places.state_dir + "/" + journal + " is damaged in " +
-                    std::to_string(work.index.damage().size()) + " place(s), first at " +
-                    work.index.damage().front() +
-                    ": the lines sealed there show as not sealed (--key tells whether it was "
-                    "altered)");
+    if (!key && work.index.damaged_slots() > 0) {
+      problems.warn(places.state_dir + "/" + journal + " holds " +
+                    std::to_string(work.index.damaged_slots()) + " damaged slot(s), the first at " +
+                    work.index.first_damage() +
+                    "; the seals lost there show at the lines they sealed, and --key tells "
+                    "whether the state was altered");
     }
     work.tree = std::make_unique<query::LogTree>(plan.root, kind);
     if (!work.tree->open(&error)) {

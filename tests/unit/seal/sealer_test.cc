@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "logstore/log_file.h"
+#include "seal/existing_file.h"
 #include "seal/seal_crypto.h"
 #include "seal/seal_paths.h"
 #include "seal/seal_setup.h"
@@ -207,6 +208,28 @@ TEST_F(SealerTest, AFileBegunBeforeSealingHasItsLinesCounted) {
   Journal journal = access_journal();
   ASSERT_EQ(journal.records.size(), 2u);
   expect_line(journal.records[1], 3, 27, "sealed");
+}
+
+TEST_F(SealerTest, AFileWrittenBeforeIsSealedAsIfTheServiceHadWrittenIt) {
+  set_up_keys();
+  {
+    LogFile log(volume, "accesslog", "access_", ".csv", state);
+    ASSERT_EQ(log.write_line(kMarch4th, "first"), 0);
+    ASSERT_EQ(log.write_line(kMarch4th, "second"), 0);
+  }
+  write_file(log_path(kMarchFile), read_file(log_path(kMarchFile)) + "half", 0666);
+  Sealer sealer(seal_dir, errors, progress);
+  sealer.apply(true);
+  std::string why;
+  ASSERT_TRUE(seal_existing_file(*sealer.for_log(kAccessLog), volume + "/accesslog", "201703",
+                                 "access_20170304123456.csv", &why))
+      << why;
+  Journal journal = access_journal();
+  EXPECT_TRUE(journal.chain_holds);
+  ASSERT_EQ(journal.records.size(), 3u);
+  EXPECT_EQ(journal.records[0].name, kMarchFile);
+  expect_line(journal.records[1], 1, 3, "first");
+  expect_line(journal.records[2], 2, 10, "second");
 }
 
 TEST_F(SealerTest, ARecordWithALineEndInsideIsSealedAsTheLinesAReaderSees) {
