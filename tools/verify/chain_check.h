@@ -19,10 +19,13 @@ namespace sarvik::verify {
 // kind state: a gap (seals cut or rolled back), a number that comes again (the journal was
 // rolled back and written anew), a tag that does not hold (a seal altered or re-made with a
 // later key), a key file that counts more or fewer seals, or whose key is not the one of its
-// place (the state was rebuilt). False with errno set when the journal cannot be read. Any
-// thread; one call per journal.
+// place (the state was rebuilt). Keys are derived across gaps for at most `most_skipped` seals
+// in all, about two seconds' work by default; a number beyond is no seal of this chain. False
+// with errno set when the journal cannot be read. Any thread; one call per journal.
+inline constexpr uint64_t kMostSkippedSeals = uint64_t{1} << 24;
 bool check_chain(int fd, int chain, const std::string& log_dir, const VerificationKey& key,
-                 const ChainHead& head, std::vector<Finding>* findings);
+                 const ChainHead& head, std::vector<Finding>* findings,
+                 uint64_t most_skipped = kMostSkippedSeals);
 
 }  // namespace sarvik::verify
 
