@@ -7,7 +7,8 @@ repo=$1
 settings=$(cat "$repo/packaging/examples/config-sarvik.xml")
 notice=$(cat "$repo/scripts/demo/config-notice.xml")
 stub=$(cat "$repo/scripts/demo/notice-stub.sh")
-exec 3<"$repo/build/release/src/sarvik" 4<"$repo/build/release/tools/sarvik-send"
+exec 3<"$repo/build/release/src/sarvik" 4<"$repo/build/release/tools/sarvik-send" \
+  5<"$repo/build/release/tools/sarvik-log"
 echo $$ >"$repo/build/demo.pid"
 
 for dir in /mnt /tmp /var/lock; do mount -t tmpfs -o mode=0755 tmpfs "$dir"; done
@@ -20,7 +21,10 @@ for script in orl_eventlog.py orl_buzzer.py orl_mailsend.py; do
   chmod 755 /mnt/data/bin/$script
 done
 cat <&4 >/tmp/demo-bin/sarvik-send
-chmod 755 /tmp/demo-bin/sarvik-send
+cat <&5 >/tmp/demo-bin/sarvik-log
+chmod 755 /tmp/demo-bin/sarvik-send /tmp/demo-bin/sarvik-log
+# The sample settings seal every line: the key is set up before the service starts.
+/tmp/demo-bin/sarvik-log --setup-keys >/tmp/demo-bin/verification-key 2>/dev/null
 
 cat <<MSG
 sarvik runs in the foreground (pid $$) on /mnt/data/xmlconf/config-sarvik.xml; Ctrl-C stops it.
@@ -30,6 +34,8 @@ In a second terminal, in the checkout, send a record and look at the logs:
   scripts/in-demo.sh sh -c 'tail -n +1 /mnt/data/logs/*/*/*.csv'
 The access line fires the rule "docs-reads": about 60 seconds later (59 to 61) the stub scripts
 print the alert's event-log, buzzer and mail requests here, then one event-log record per address.
+Every line is sealed; change one and see it found (the verification key is in /tmp/demo-bin):
+  scripts/in-demo.sh sarvik-log --verify --root /mnt/data/logs --key /tmp/demo-bin/verification-key
 ----------------------------------------------------------------------------------------------
 MSG
 exec /proc/self/fd/3

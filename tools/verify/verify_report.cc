@@ -10,6 +10,11 @@ namespace sarvik::verify {
 
 namespace {
 
+// "1 line verified", "2 lines verified".
+std::string lines_verified(uint64_t lines) {
+  return std::to_string(lines) + (lines == 1 ? " line verified" : " lines verified");
+}
+
 void add_json_field(std::string* out, const char* name, const std::string& text) {
   out->append(out->size() > 1 ? ", \"" : "\"").append(name).append("\": ");
   query::append_json_string(out, text);
@@ -65,9 +70,9 @@ void VerifyReport::file(const FileVerdict& verdict) {
     if (verdict.expired) {
       line += "expired: deleted by the service's expiry\n";
     } else if (verdict.findings.empty()) {
-      line += "ok, " + std::to_string(verdict.verified) + " lines verified\n";
+      line += "ok, " + lines_verified(verdict.verified) + "\n";
     } else {
-      line += std::to_string(verdict.verified) + " lines verified, " +
+      line += lines_verified(verdict.verified) + ", " +
               std::to_string(verdict.findings.size()) +
               (verdict.findings.size() == 1 ? " finding\n" : " findings\n");
     }
@@ -94,7 +99,7 @@ void VerifyReport::total(StateProof proof, uint64_t seals) {
     line += "}\n";
   } else {
     line = "total: " + std::to_string(file_count) + (file_count == 1 ? " file, " : " files, ") +
-           std::to_string(verified) + " lines verified, " + std::to_string(finding_count) +
+           lines_verified(verified) + ", " + std::to_string(finding_count) +
            (finding_count == 1 ? " finding\n" : " findings\n");
     switch (proof) {
       case StateProof::kProven:

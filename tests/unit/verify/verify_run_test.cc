@@ -110,7 +110,7 @@ TEST_F(VerifyRun, LogsAsSealedVerifyWithoutAFinding) {
   write(kApril1st, {"april"});
   EXPECT_EQ(verify(), kAllVerified);
   EXPECT_EQ(out.str(), std::string(kMarch) + ": ok, 3 lines verified\n" + kApril +
-                           ": ok, 1 lines verified\n"
+                           ": ok, 1 line verified\n"
                            "total: 2 files, 4 lines verified, 0 findings\n" +
                            kNotProven);
   EXPECT_EQ(problems.text, "");
