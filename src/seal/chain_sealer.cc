@@ -128,6 +128,32 @@ void ChainSealer::append_line_record(uint32_t number, uint64_t offset, const cha
   ++next_seq;
 }
 
+void ChainSealer::add_to_block(uint64_t offset, const char* text, size_t length) {
+  if (block_lines > 0 && offset != block_to) {
+    block.finish();  // the block is given up: only what follows is added
+    block_lines = 0;
+  }
+  if (block_lines == 0) block_from = offset;
+  block.add(text, length);
+  block.add(kLineEnd, kLineEndBytes);
+  block_to = offset + length + kLineEndBytes;
+  if (++block_lines < kDigestLines) return;
+  SealRecord record;
+  record.type = SealType::kDigest;
+  record.seq = next_seq;
+  record.line = block_lines;
+  record.offset = block_from;
+  record.end = block_to;
+  record.hash = block.finish();
+  block_lines = 0;
+  uint8_t bytes[kSlotBytes];
+  memcpy(bytes, encode_seal(record).data(), kSlotBytes);
+  next_tag = seal_tag(next_key, next_tag, bytes, 0, &next_key);
+  memcpy(bytes + kTagOffset, next_tag.data(), kSealTagBytes);
+  records.append(reinterpret_cast<const char*>(bytes), sizeof bytes);
+  ++next_seq;
+}
+
 bool ChainSealer::write_records(const std::string& why_not) {
   std::string reason = why_not;
   if (reason.empty()) {
@@ -166,6 +192,8 @@ void ChainSealer::line_written(const WrittenLine& line) {
                               ? head.next_line
                               : number_in_file(line, same_file);
   if (!same_file) {
+    block.finish();  // a block never spans two files
+    block_lines = 0;
     head.device = line.device;
     head.inode = line.inode;
     followed_month = line.month;
@@ -189,6 +217,7 @@ void ChainSealer::line_written(const WrittenLine& line) {
       size_t stop = end == std::string::npos ? line.text.size() : end;
       append_line_record(number == 0 ? 0 : number + piece, line.offset + start,
                          line.text.data() + start, stop - start, piece == 0 ? head.unsealed : 0);
+      add_to_block(line.offset + start, line.text.data() + start, stop - start);
       if (end == std::string::npos) break;
       start = end + kLineEndBytes;
     }
@@ -203,6 +232,8 @@ void ChainSealer::line_written(const WrittenLine& line) {
   } else {
     head.unsealed += lines;
     unsealed_lines += lines;
+    block.finish();  // the block held lines that are not sealed: it is given up
+    block_lines = 0;
   }
   head.next_offset = line.offset + line.text.size() + kLineEndBytes;
   head.next_line = number == 0 ? 0 : line_number(uint64_t{number} + lines);

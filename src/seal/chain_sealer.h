@@ -7,6 +7,7 @@
 #include <string>
 
 #include "logstore/line_sealer.h"
+#include "seal/seal_crypto.h"
 #include "seal/seal_format.h"
 
 namespace sarvik {
@@ -16,8 +17,9 @@ namespace sarvik {
 // chain's current key behind the previous record's tag; then the key evolves and the chain's
 // head in the mapped key file is rewritten, which overwrites the key used. A line of the file
 // that the journal's last run does not cover is preceded by a file record; a record whose text
-// holds a CR LF is sealed as the lines a reader sees. A file that expiry deleted gets an expiry
-// record.
+// holds a CR LF is sealed as the lines a reader sees. Every kDigestLines lines sealed one after
+// another in a file are followed by a digest record of their bytes. A file that expiry deleted
+// gets an expiry record.
 //
 // Nothing here fails the log: a line that cannot be sealed stays written unsealed, is counted in
 // the next seal of its file, and the first failure of a run of them is told on `errors`, the
@@ -48,6 +50,9 @@ class ChainSealer : public LineSealer {
                           uint64_t device, uint64_t inode);
   void append_line_record(uint32_t number, uint64_t offset, const char* text, size_t length,
                           uint32_t unsealed_before);
+  // Adds a line about to be sealed to the block of lines, and appends the block's digest record
+  // when it is full. A line that does not follow the block begins a new one.
+  void add_to_block(uint64_t offset, const char* text, size_t length);
   // Writes `records`; true when they are in the journal and the chain went on.
   bool write_records(const std::string& what);
   void save_head();
@@ -69,6 +74,13 @@ class ChainSealer : public LineSealer {
   // The file the head follows, by name; empty until taken up.
   std::string followed_month;
   std::string followed_name;
+  // The block of lines sealed one after another in the followed file since the last digest. It
+  // lives in memory only: a block begun before a restart gets no digest.
+  SealDigest block;
+  uint32_t block_lines = 0;
+  uint64_t block_from = 0;
+  uint64_t block_to = 0;
+
   bool failing = false;         // the last write failed and was told
   uint64_t unsealed_lines = 0;  // lines left unsealed since the failure was told
 };

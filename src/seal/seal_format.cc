@@ -81,7 +81,7 @@ SealParse damaged(std::string* why, const char* reason) {
 }  // namespace
 
 size_t seal_slots(SealType type, size_t name_bytes) {
-  if (type == SealType::kLine) return 1;
+  if (type == SealType::kLine || type == SealType::kDigest) return 1;
   return 1 + (name_bytes + kSlotBytes - 1) / kSlotBytes;
 }
 
@@ -105,6 +105,16 @@ std::string encode_seal(const SealRecord& record) {
     encode_line_seal(record, at);
     return bytes;
   }
+  if (record.type == SealType::kDigest) {
+    at[kTypeAt] = static_cast<uint8_t>(record.type);
+    put32(at + kLineAt, record.line);
+    put64(at + kSeqAt, record.seq);
+    put64(at + kOffsetAt, record.offset);
+    put64(at + kLengthAt, record.end);
+    memcpy(at + kHashAt, record.hash.data(), kSealHashBytes);
+    memcpy(at + kTagOffset, record.tag.data(), kSealTagBytes);
+    return bytes;
+  }
   at[kTypeAt] = static_cast<uint8_t>(record.type);
   at[kSlotsAt] = static_cast<uint8_t>(slots - 1);
   put16(at + kNameLengthAt, static_cast<uint16_t>(record.name.size()));
@@ -116,12 +126,24 @@ std::string encode_seal(const SealRecord& record) {
   return bytes;
 }
 
+static_assert(kTypeAt == 0 && kSlotsAt == 1 && kNameLengthAt == 2);
+
+bool read_line_seal(const uint8_t* slot, LineSeal* seal) {
+  if (!is_line_slot(slot)) return false;
+  if (seal != nullptr) {
+    seal->line = get32(slot + kLineAt);
+    seal->unsealed_before = get32(slot + kUnsealedAt);
+    memcpy(seal->hash.data(), slot + kHashAt, kSealHashBytes);
+  }
+  return true;
+}
+
 SealParse parse_seal(const uint8_t* data, size_t size, SealRecord* record, size_t* used,
                      std::string* why) {
   if (size < kSlotBytes) return SealParse::kIncomplete;
   const uint8_t type = data[kTypeAt];
   if (type < static_cast<uint8_t>(SealType::kLine) ||
-      type > static_cast<uint8_t>(SealType::kExpired)) {
+      type > static_cast<uint8_t>(SealType::kDigest)) {
     return damaged(why, type == 0 ? "a blank record" : "a record of an unknown type");
   }
   SealRecord read;
@@ -129,13 +151,23 @@ SealParse parse_seal(const uint8_t* data, size_t size, SealRecord* record, size_
   read.seq = get64(data + kSeqAt);
   copy_out(data + kTagOffset, &read.tag);
   if (read.type == SealType::kLine) {
-    if (data[kSlotsAt] != 0 || get16(data + kNameLengthAt) != 0) {
-      return damaged(why, "a line record with unused bytes set");
-    }
+    if (!read_line_seal(data, nullptr)) return damaged(why, "a line record with unused bytes set");
     read.line = get32(data + kLineAt);
     read.offset = get64(data + kOffsetAt);
     read.length = get32(data + kLengthAt);
     read.unsealed_before = get32(data + kUnsealedAt);
+    copy_out(data + kHashAt, &read.hash);
+    *record = std::move(read);
+    *used = kSlotBytes;
+    return SealParse::kRecord;
+  }
+  if (read.type == SealType::kDigest) {
+    if (data[kSlotsAt] != 0 || get16(data + kNameLengthAt) != 0) {
+      return damaged(why, "a digest record with unused bytes set");
+    }
+    read.line = get32(data + kLineAt);
+    read.offset = get64(data + kOffsetAt);
+    read.end = get64(data + kLengthAt);
     copy_out(data + kHashAt, &read.hash);
     *record = std::move(read);
     *used = kSlotBytes;

@@ -29,15 +29,22 @@ enum class SealType : uint8_t {
   kLine = 1,     // one line of a file
   kFile = 2,     // the lines that follow are lines of this file
   kExpired = 3,  // the service's expiry deleted this file
+  kDigest = 4,   // the digest of the bytes of the last lines sealed, one after another in the file
 };
 
+// The lines a digest covers: a block of lines sealed one after another in one file, so that a
+// verifier can check a file that is as sealed a block at a time instead of line by line.
+inline constexpr uint32_t kDigestLines = 1024;
+
 // One record of a journal. Line records use seq to unsealed_before and hash; file and expiry
-// records use seq, device, inode and name. A plain value.
+// records use seq, device, inode and name; digest records seq, line (the lines covered), offset
+// and end (the bytes covered) and hash (their digest). A plain value.
 struct SealRecord {
   SealType type = SealType::kLine;
   uint64_t seq = 0;              // its place in the log's chain, from 0
   uint32_t line = 0;             // the line's number in its file, from 1; 0 when not known
   uint64_t offset = 0;           // of the line's first byte in the file
+  uint64_t end = 0;              // of a digest: behind the last byte it covers
   uint32_t length = 0;           // of the line, without its CR LF
   uint32_t unsealed_before = 0;  // lines the service wrote to the file just before, unsealed
   SealHash hash{};
@@ -53,6 +60,24 @@ std::string encode_seal(const SealRecord& record);
 void encode_line_seal(const SealRecord& record, uint8_t* out);
 // The slots a record of a name of `name_bytes` bytes takes: 1 for a line.
 size_t seal_slots(SealType type, size_t name_bytes);
+
+// What a reader of lines needs of a line record.
+struct LineSeal {
+  uint32_t line;
+  uint32_t unsealed_before;
+  SealHash hash;
+};
+
+// Whether the slot at `slot` begins a line record: its type, and no name (the same test as
+// parse_seal's for a line). Inline: a reader of a journal asks it of every slot.
+inline bool is_line_slot(const uint8_t* slot) {
+  return slot[0] == static_cast<uint8_t>(SealType::kLine) && slot[1] == 0 && slot[2] == 0 &&
+         slot[3] == 0;
+}
+
+// Whether the slot at `slot` (kSlotBytes) holds a line record, and its fields into `*seal`
+// (which may be null). Pure.
+bool read_line_seal(const uint8_t* slot, LineSeal* seal);
 
 enum class SealParse { kRecord, kIncomplete, kDamaged };
 

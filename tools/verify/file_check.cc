@@ -11,38 +11,6 @@ namespace sarvik::verify {
 
 namespace {
 
-// A line longer than this cannot be one the service wrote: only this much of it is hashed.
-constexpr size_t kLongestHashed = size_t{64} * 1024 * 1024;
-constexpr size_t kLineEndBytes = 2;
-
-// The hashes of the whole lines of `fd` in file order, as the logs' readers number them.
-bool hash_lines(int fd, query::ChunkReader& reader, std::vector<SealHash>* hashes) {
-  std::string long_line;  // a line longer than the reader holds, gathered from its pieces
-  bool in_long_line = false;
-  int64_t end = reader.read_forward(fd, 0, [&](const query::Chunk& chunk) {
-    for (const char* start = chunk.begin; start < chunk.end;) {
-      const char* line_end = query::find_line_end(start, chunk.end);
-      const size_t length = static_cast<size_t>(line_end - start);
-      if (line_end == chunk.end && chunk.cut) {  // the line goes on in the next chunk
-        long_line.append(start, std::min(length, kLongestHashed - long_line.size()));
-        in_long_line = true;
-        break;
-      }
-      if (in_long_line) {
-        long_line.append(start, std::min(length, kLongestHashed - long_line.size()));
-        hashes->push_back(seal_hash(long_line.data(), long_line.size()));
-        long_line.clear();
-        in_long_line = false;
-      } else {
-        hashes->push_back(seal_hash(start, length));
-      }
-      start = line_end + kLineEndBytes;
-    }
-    return true;
-  });
-  return end >= 0;
-}
-
 std::string number_text(uint32_t number) { return number == 0 ? "?" : std::to_string(number); }
 
 // "sealed line 5" or "sealed lines 5 to 9".
@@ -153,7 +121,7 @@ void tell_gone(const SealedFile& sealed, size_t to, FileVerdict* verdict) {
 }  // namespace
 
 FileVerdict verify_file(const query::LogTree& tree, const FileToVerify& file, int journal_fd,
-                        query::ChunkReader& reader, query::Problems& problems) {
+                        VerifyScratch& scratch, query::Problems& problems) {
   FileVerdict verdict;
   verdict.file = tree.relative_path(file.month, file.name);
   const size_t generations = file.sealed == nullptr ? 0 : file.sealed->generations.size();
@@ -174,12 +142,22 @@ FileVerdict verify_file(const query::LogTree& tree, const FileToVerify& file, in
   if (current > 0) tell_gone(*file.sealed, current, &verdict);
 
   struct stat status;
-  std::vector<SealHash> lines;
-  if (fstat(fd.get(), &status) != 0 || !hash_lines(fd.get(), reader, &lines)) {
+  if (fstat(fd.get(), &status) != 0) {
     problems.fail(verdict.file + ": " + strerror(errno));
     return verdict;
   }
-  std::vector<SealedLine> seals;
+  // The common case first: one file of the name, the one sealed, every line as sealed.
+  if (current + 1 == generations) {
+    const SealedGeneration& only = file.sealed->generations[current];
+    if (only.device == static_cast<uint64_t>(status.st_dev) &&
+        only.inode == static_cast<uint64_t>(status.st_ino) &&
+        stands_as_sealed(fd.get(), journal_fd, only, scratch.hashing)) {
+      verdict.verified = only.lines;
+      return verdict;
+    }
+  }
+  std::vector<SealedLine>& seals = scratch.seals;
+  seals.clear();
   for (size_t generation = current; generation < generations; ++generation) {
     const SealedGeneration& sealed = file.sealed->generations[generation];
     const SealedGeneration* before =
@@ -196,6 +174,10 @@ FileVerdict verify_file(const query::LogTree& tree, const FileToVerify& file, in
       return verdict;
     }
   }
+  if (!hash_each_line(fd.get(), scratch.hashing, &scratch.lines)) {
+    problems.fail(verdict.file + ": " + strerror(errno));
+    return verdict;
+  }
   if (generations > 0) {
     const SealedGeneration& last = file.sealed->generations.back();
     if (last.device != static_cast<uint64_t>(status.st_dev) ||
@@ -209,7 +191,7 @@ FileVerdict verify_file(const query::LogTree& tree, const FileToVerify& file, in
       verdict.findings.push_back(finding);
     }
   }
-  MatchResult match = match_lines(seals, lines);
+  MatchResult match = match_lines(seals, scratch.lines);
   verdict.verified = match.verified;
   for (const LineFinding& run : match.findings) {
     Finding finding{kind_of(run.verdict), verdict.file,     run.first_line,

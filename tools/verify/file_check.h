@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "query/chunk_reader.h"
 #include "query/log_tree.h"
 #include "query/problems.h"
 #include "verify/finding.h"
 #include "verify/journal_index.h"
+#include "verify/line_hashing.h"
 
 namespace sarvik::verify {
 
@@ -32,13 +32,20 @@ struct FileToVerify {
   bool listed = false;
 };
 
+// What one thread reuses from file to file, so that a file costs no fresh memory.
+struct VerifyScratch {
+  HashScratch hashing;
+  std::vector<SealHash> lines;
+  std::vector<SealedLine> seals;
+};
+
 // Verifies one file of `tree` against its seals, read from the journal `journal_fd`: its whole
 // lines (a last line without its line end is still being written and not looked at) matched
 // with the seals of the file now standing under the name, its identity against the sealed one,
 // and files of the name that are gone. A file that cannot be read is told to `problems` as an
-// error. `reader` is the calling thread's; any thread.
+// error. `scratch` is the calling thread's; any thread.
 FileVerdict verify_file(const query::LogTree& tree, const FileToVerify& file, int journal_fd,
-                        query::ChunkReader& reader, query::Problems& problems);
+                        VerifyScratch& scratch, query::Problems& problems);
 
 }  // namespace sarvik::verify
 

@@ -59,18 +59,27 @@ bool JournalIndex::read(int fd) {
         }
       }
       current = nullptr;
+    } else if (record.type == SealType::kDigest) {
+      if (current != nullptr) {
+        current->digests.push_back(
+            BlockDigest{record.offset, record.end, record.line, current->lines, record.hash});
+      }
     } else if (current == nullptr) {
       if (damaged++ == 0) {
         first_damaged = "byte " + std::to_string(offset) + ": a line seal of no known file";
       }
     } else {
+      // The lines of a run follow one another: only the first is read whole.
+      uint64_t following = 0;
+      if (!reader.skip_line_records(&following)) return false;
+      record_count += following;
       if (current->lines == 0) current->first_line = record.line;
-      ++current->lines;
+      current->lines += 1 + following;
       if (!current->spans.empty() &&
           current->spans.back().offset + current->spans.back().records * kSlotBytes == offset) {
-        ++current->spans.back().records;
+        current->spans.back().records += 1 + following;
       } else {
-        current->spans.push_back(SealSpan{offset, 1});
+        current->spans.push_back(SealSpan{offset, 1 + following});
       }
     }
   }
@@ -89,17 +98,15 @@ bool read_sealed_lines(int fd, const std::vector<SealSpan>& spans, std::vector<S
         if (got >= 0) errno = EIO;  // the journal shrank since it was indexed
         return false;
       }
+      const size_t first = lines->size();
+      lines->resize(first + records);
       for (uint64_t i = 0; i < records; ++i) {
-        SealRecord record;
-        size_t used = 0;
-        std::string why;
-        if (parse_seal(buffer.data() + i * kSlotBytes, kSlotBytes, &record, &used, &why) !=
-                SealParse::kRecord ||
-            record.type != SealType::kLine) {
+        LineSeal seal;
+        if (!read_line_seal(buffer.data() + i * kSlotBytes, &seal)) {
           errno = EIO;
           return false;
         }
-        lines->push_back(SealedLine{record.line, record.unsealed_before, record.hash});
+        (*lines)[first + i] = SealedLine{seal.line, seal.unsealed_before, seal.hash};
       }
       done += records;
     }

@@ -17,6 +17,16 @@ struct SealSpan {
   uint64_t records;
 };
 
+// The digest of a block of lines of a generation: its bytes [from, to) are the lines of its
+// seals [seal_end - lines, seal_end), counted among the generation's line seals.
+struct BlockDigest {
+  uint64_t from;
+  uint64_t to;
+  uint32_t lines;
+  uint64_t seal_end;
+  SealHash digest;
+};
+
 // The seals of one file as the service found it: one identity (device, inode). A name gets a
 // generation of its own whenever the service wrote to another file of that name.
 struct SealedGeneration {
@@ -26,6 +36,7 @@ struct SealedGeneration {
   uint32_t first_line = 0;  // the sealed number of its first sealed line
   uint64_t lines = 0;
   std::vector<SealSpan> spans;
+  std::vector<BlockDigest> digests;
 };
 
 // Every generation of one name ("YYYYMM/file.csv" below the log's directory), in the order of

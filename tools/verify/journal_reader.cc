@@ -37,6 +37,19 @@ bool JournalReader::fill() {
   return true;
 }
 
+bool JournalReader::skip_line_records(uint64_t* count) {
+  *count = 0;
+  for (;;) {
+    const uint8_t* data = buffer.data();
+    size_t at = start;
+    while (filled - at >= kSlotBytes && is_line_slot(data + at)) at += kSlotBytes;
+    *count += (at - start) / kSlotBytes;
+    start = at;
+    if (filled - start >= kSlotBytes || at_end) return true;
+    if (!fill()) return false;
+  }
+}
+
 JournalReader::Step JournalReader::next(SealRecord* record, const uint8_t** bytes, uint64_t* offset,
                                         std::string* why) {
   for (;;) {

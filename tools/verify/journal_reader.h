@@ -23,6 +23,9 @@ class JournalReader {
   // offset; kDamaged with the reason in `*why` and the offset of the slot passed over; kEnd at
   // the end; kError when reading failed (errno set).
   Step next(SealRecord* record, const uint8_t** bytes, uint64_t* offset, std::string* why);
+  // Passes over the line records that come next without reading more of them than their type;
+  // false when reading failed (errno set). `*count` receives how many.
+  bool skip_line_records(uint64_t* count);
 
  private:
   bool fill();

@@ -72,8 +72,7 @@ void VerifyReport::file(const FileVerdict& verdict) {
     } else if (verdict.findings.empty()) {
       line += "ok, " + lines_verified(verdict.verified) + "\n";
     } else {
-      line += lines_verified(verdict.verified) + ", " +
-              std::to_string(verdict.findings.size()) +
+      line += lines_verified(verdict.verified) + ", " + std::to_string(verdict.findings.size()) +
               (verdict.findings.size() == 1 ? " finding\n" : " findings\n");
     }
   }

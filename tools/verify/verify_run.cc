@@ -213,12 +213,12 @@ int run_verify(const query::QueryOptions& options, const VerifyCommand& command,
     for (size_t file = 0; file < chains[chain].files.size(); ++file)
       items.emplace_back(chain, file);
   }
-  std::vector<query::ChunkReader> readers(kMostWorkers);
+  std::vector<VerifyScratch> scratch(kMostWorkers);
   for_each_item(items.size(), [&](size_t worker, size_t item) {
     ChainWork& work = chains[items[item].first];
     const size_t file = items[item].second;
     work.verdicts[file] =
-        verify_file(*work.tree, work.files[file], work.journal.get(), readers[worker], problems);
+        verify_file(*work.tree, work.files[file], work.journal.get(), scratch[worker], problems);
   });
   if (prover.joinable()) prover.join();
   if (key) erase_secret(key->data(), key->size());

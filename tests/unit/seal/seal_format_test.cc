@@ -42,6 +42,7 @@ void expect_same(const SealRecord& a, const SealRecord& b) {
   EXPECT_EQ(a.seq, b.seq);
   EXPECT_EQ(a.line, b.line);
   EXPECT_EQ(a.offset, b.offset);
+  EXPECT_EQ(a.end, b.end);
   EXPECT_EQ(a.length, b.length);
   EXPECT_EQ(a.unsealed_before, b.unsealed_before);
   EXPECT_EQ(a.hash, b.hash);
@@ -96,6 +97,28 @@ TEST(SealRecordBytes, AFileRecordTakesAsManySlotsAsItsNameNeeds) {
   }
 }
 
+TEST(SealRecordBytes, ADigestRecordIsOneSlotAndReadsBack) {
+  SealRecord digest;
+  digest.type = SealType::kDigest;
+  digest.seq = 9;
+  digest.line = kDigestLines;
+  digest.offset = 3;
+  digest.end = 0x123456789;
+  digest.hash.fill(0x77);
+  digest.tag.fill(0x66);
+  const std::string bytes = encode_seal(digest);
+  ASSERT_EQ(bytes.size(), kSlotBytes);
+  EXPECT_EQ(bytes.substr(0, 8), std::string("\x04\x00\x00\x00\x00\x04\x00\x00", 8));
+  EXPECT_EQ(bytes.substr(24, 8), std::string("\x89\x67\x45\x23\x01\x00\x00\x00", 8));
+  SealRecord read;
+  size_t used = 0;
+  std::string why;
+  ASSERT_EQ(parse_seal(bytes_of(bytes), bytes.size(), &read, &used, &why), SealParse::kRecord);
+  EXPECT_EQ(used, kSlotBytes);
+  expect_same(read, digest);
+  EXPECT_FALSE(is_line_slot(bytes_of(bytes)));
+}
+
 TEST(SealRecordBytes, RecordsFollowOneAnother) {
   std::string journal = encode_seal(file_record(SealType::kFile, "202403/access_1.csv")) +
                         encode_seal(line_record()) + encode_seal(line_record());
@@ -135,7 +158,7 @@ TEST(SealRecordBytes, BytesThatAreNoRecordAreDamaged) {
   };
   const Case cases[] = {
       {line, 0, 0, "a blank record"},
-      {line, 0, 4, "an unknown type"},
+      {line, 0, 5, "an unknown type"},
       {line, 1, 1, "name slots on a line"},
       {file, 1, 2, "more slots than the name needs"},
       {file, 2, 0, "an empty name"},

@@ -232,6 +232,65 @@ TEST_F(SealerTest, AFileWrittenBeforeIsSealedAsIfTheServiceHadWrittenIt) {
   expect_line(journal.records[2], 2, 10, "second");
 }
 
+// `count` lines "line 0", "line 1", ... written through one access log object.
+std::vector<std::string> numbered_lines(int from, int count) {
+  std::vector<std::string> lines;
+  for (int i = from; i < from + count; ++i) lines.push_back("line " + std::to_string(i));
+  return lines;
+}
+
+TEST_F(SealerTest, EveryBlockOfLinesSealedOneAfterAnotherGetsADigest) {
+  set_up_keys();
+  Sealer sealer(seal_dir, errors, progress);
+  sealer.apply(true);
+  write(sealer, kMarch4th, numbered_lines(0, kDigestLines + 3));
+  Journal journal = access_journal();
+  EXPECT_TRUE(journal.chain_holds);
+  ASSERT_EQ(journal.records.size(), 1 + kDigestLines + 1 + 3);
+  const SealRecord& digest = journal.records[1 + kDigestLines];
+  EXPECT_EQ(digest.type, SealType::kDigest);
+  EXPECT_EQ(digest.line, kDigestLines);
+  EXPECT_EQ(digest.offset, 3u);
+  const std::string file = read_file(log_path(kMarchFile));
+  const SealRecord& last = journal.records[kDigestLines];
+  EXPECT_EQ(digest.end, last.offset + last.length + 2);
+  EXPECT_EQ(digest.hash, seal_hash(file.data() + 3, digest.end - 3));
+  expect_line(journal.records.back(), kDigestLines + 3, journal.records.back().offset,
+              "line " + std::to_string(kDigestLines + 2));
+}
+
+TEST_F(SealerTest, ALineOfAnotherHandBeginsTheBlockAnew) {
+  set_up_keys();
+  Sealer sealer(seal_dir, errors, progress);
+  sealer.apply(true);
+  write(sealer, kMarch4th, numbered_lines(0, 500));
+  write_file(log_path(kMarchFile), read_file(log_path(kMarchFile)) + "theirs\r\n", 0666);
+  write(sealer, kMarch4th, numbered_lines(500, kDigestLines));
+  Journal journal = access_journal();
+  ASSERT_EQ(journal.records.size(), 1 + 500 + kDigestLines + 1);
+  const SealRecord& digest = journal.records.back();
+  EXPECT_EQ(digest.type, SealType::kDigest);
+  EXPECT_EQ(digest.offset, journal.records[501].offset);
+  const std::string file = read_file(log_path(kMarchFile));
+  EXPECT_EQ(digest.end, file.size());
+  EXPECT_EQ(digest.hash, seal_hash(file.data() + digest.offset, digest.end - digest.offset));
+}
+
+TEST_F(SealerTest, ABlockIsNotCarriedOverARestart) {
+  set_up_keys();
+  {
+    Sealer sealer(seal_dir, errors, progress);
+    sealer.apply(true);
+    write(sealer, kMarch4th, numbered_lines(0, kDigestLines - 1));
+  }
+  Sealer sealer(seal_dir, errors, progress);
+  sealer.apply(true);
+  write(sealer, kMarch4th, numbered_lines(kDigestLines - 1, 2));
+  for (const SealRecord& record : access_journal().records) {
+    EXPECT_NE(record.type, SealType::kDigest);
+  }
+}
+
 TEST_F(SealerTest, ARecordWithALineEndInsideIsSealedAsTheLinesAReaderSees) {
   set_up_keys();
   Sealer sealer(seal_dir, errors, progress);

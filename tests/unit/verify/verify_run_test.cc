@@ -140,6 +140,59 @@ TEST_F(VerifyRun, AChangedLineIsFoundAndTheRestVerified) {
                            "total: 1 file, 2 lines verified, 1 finding\n" + kNotProven);
 }
 
+// Lines "line 0" to "line N-1", enough to fill blocks with digests.
+std::vector<std::string> many_lines(int count) {
+  std::vector<std::string> lines;
+  for (int i = 0; i < count; ++i) lines.push_back("line " + std::to_string(i));
+  return lines;
+}
+
+// The place of line `number` (from 1) in `file`.
+size_t place_of_line(const std::string& file, int number) {
+  size_t at = 3;
+  for (int line = 1; line < number; ++line) at = file.find("\r\n", at) + 2;
+  return at;
+}
+
+TEST_F(VerifyRun, BlocksWithDigestsVerifyAndAChangeInOneIsFoundAtItsLine) {
+  write(kMarch4th, many_lines(2 * kDigestLines + 100));
+  EXPECT_EQ(verify(), kAllVerified);
+  EXPECT_EQ(
+      out.str().substr(0, out.str().find('\n')),
+      std::string(kMarch) + ": ok, " + std::to_string(2 * kDigestLines + 100) + " lines verified");
+  const std::string original = read_file(path(kMarch));
+  for (int line :
+       {1, 700, 2 * static_cast<int>(kDigestLines), 2 * static_cast<int>(kDigestLines) + 50}) {
+    std::string changed = original;
+    changed[place_of_line(original, line) + 1] = 'X';
+    write_file(path(kMarch), changed, 0666);
+    EXPECT_EQ(verify(), kFindings) << line;
+    EXPECT_NE(out.str().find(std::string(kMarch) + ":" + std::to_string(line) +
+                             ": modified: the line differs from the one sealed there (sealed "
+                             "line " +
+                             std::to_string(line) + ")\n"),
+              std::string::npos)
+        << line << out.str();
+    EXPECT_EQ(out.str().find(": deleted:"), std::string::npos) << out.str();
+  }
+  // A line cut out of a block, and the file cut inside one.
+  std::string cut = original;
+  const size_t at = place_of_line(original, 900);
+  cut.erase(at, place_of_line(original, 901) - at);
+  write_file(path(kMarch), cut, 0666);
+  EXPECT_EQ(verify(), kFindings);
+  EXPECT_NE(out.str().find(std::string(kMarch) + ":900: deleted: 1 sealed line is missing here "
+                                                 "(sealed line 900)\n"),
+            std::string::npos)
+      << out.str();
+  write_file(path(kMarch), original.substr(0, place_of_line(original, 1500)), 0666);
+  EXPECT_EQ(verify(), kFindings);
+  EXPECT_NE(out.str().find(std::string(kMarch) + ":1500: truncated: the file ends after line "
+                                                 "1499"),
+            std::string::npos)
+      << out.str();
+}
+
 TEST_F(VerifyRun, ALineStillBeingWrittenIsNoFinding) {
   write(kMarch4th, {"one"});
   write_file(path(kMarch), read_file(path(kMarch)) + "half a li", 0666);
