@@ -7,7 +7,7 @@ set -euo pipefail
 packages=(
   g++ cmake ninja-build pkg-config
   libxml++2.6-dev libglibmm-2.4-dev libxml2-dev
-  libcli11-dev libre2-dev nlohmann-json3-dev
+  libcli11-dev libre2-dev nlohmann-json3-dev libsodium-dev libssl-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   util-linux strace tzdata
   dpkg-dev file lintian groff-base man-db systemd procps
