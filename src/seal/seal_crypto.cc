@@ -1,7 +1,6 @@
 // The cryptography of sealing: line hashes, the forward-evolving chain keys and record tags.
 #include "seal/seal_crypto.h"
 
-#include <openssl/evp.h>
 #include <sodium.h>
 
 #include <cstring>
@@ -22,39 +21,30 @@ static_assert(crypto_stream_chacha20_KEYBYTES == kChainKeyBytes);
 static_assert(crypto_onetimeauth_KEYBYTES + kChainKeyBytes == 64);
 static_assert(crypto_onetimeauth_BYTES == kSealTagBytes);
 
-// SHA-256, fetched once for the process and kept: a context set up anew with it for every line
-// costs less than one fetched by name.
-const EVP_MD* sha256() {
-  static EVP_MD* const kSha256 = EVP_MD_fetch(nullptr, "SHA256", nullptr);
-  return kSha256;
-}
-
 }  // namespace
 
-bool seal_crypto_ready() { return sodium_init() >= 0 && sha256() != nullptr; }
+bool seal_crypto_ready() { return sodium_init() >= 0; }
 
-SealDigest::SealDigest() : context(EVP_MD_CTX_new()) {
-  EVP_DigestInit_ex2(context, sha256(), nullptr);
-}
-
-SealDigest::~SealDigest() { EVP_MD_CTX_free(context); }
-
-void SealDigest::add(const char* data, size_t size) { EVP_DigestUpdate(context, data, size); }
-
-SealHash SealDigest::finish() {
-  unsigned char full[EVP_MAX_MD_SIZE];
-  unsigned int length = 0;
-  EVP_DigestFinal_ex(context, full, &length);
-  EVP_DigestInit_ex(context, nullptr, nullptr);
+SealHash seal_hash(const char* data, size_t size) {
   SealHash hash;
-  memcpy(hash.data(), full, hash.size());
+  crypto_generichash(hash.data(), hash.size(), reinterpret_cast<const unsigned char*>(data), size,
+                     nullptr, 0);
   return hash;
 }
 
-SealHash seal_hash(const char* data, size_t size) {
-  thread_local SealDigest digest;
-  digest.add(data, size);
-  return digest.finish();
+SealDigest::SealDigest() { crypto_hash_sha256_init(&state); }
+
+void SealDigest::add(const char* data, size_t size) {
+  crypto_hash_sha256_update(&state, reinterpret_cast<const unsigned char*>(data), size);
+}
+
+SealHash SealDigest::finish() {
+  unsigned char full[crypto_hash_sha256_BYTES];
+  crypto_hash_sha256_final(&state, full);
+  crypto_hash_sha256_init(&state);
+  SealHash hash;
+  memcpy(hash.data(), full, hash.size());
+  return hash;
 }
 
 VerificationKey random_verification_key() {
