@@ -28,7 +28,7 @@ namespace sarvik {
 //
 // Owns the journal's descriptor; `key_file` (the mapped key file) must outlive the object.
 // Main thread of the service only.
-class ChainSealer : public LineSealer {
+class ChainSealer final : public LineSealer {
  public:
   ChainSealer(int chain, int journal_fd, std::string journal_path, uint8_t* key_file,
               const ChainHead& head, std::ostream& errors, std::ostream& progress);

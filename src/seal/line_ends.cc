@@ -13,7 +13,7 @@ namespace sarvik {
 
 namespace {
 
-constexpr size_t kChunk = 64 * 1024;
+constexpr size_t kChunk = size_t{64} * 1024;
 
 }  // namespace
 

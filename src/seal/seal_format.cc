@@ -121,7 +121,7 @@ std::string encode_seal(const SealRecord& record) {
   put64(at + kSeqAt, record.seq);
   put64(at + kOffsetAt, record.device);
   put64(at + kLengthAt, record.inode);
-  memcpy(at + kSlotBytes, record.name.data(), record.name.size());
+  std::copy(record.name.begin(), record.name.end(), at + kSlotBytes);
   memcpy(at + kTagOffset, record.tag.data(), kSealTagBytes);
   return bytes;
 }
