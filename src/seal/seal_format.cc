@@ -133,6 +133,7 @@ bool read_line_seal(const uint8_t* slot, LineSeal* seal) {
   if (seal != nullptr) {
     seal->line = get32(slot + kLineAt);
     seal->unsealed_before = get32(slot + kUnsealedAt);
+    seal->offset = get64(slot + kOffsetAt);
     memcpy(seal->hash.data(), slot + kHashAt, kSealHashBytes);
   }
   return true;

@@ -66,6 +66,7 @@ struct LineSeal {
   uint32_t line;
   uint32_t unsealed_before;
   SealHash hash;
+  uint64_t offset;
 };
 
 // Whether the slot at `slot` begins a line record: its type, and no name (the same test as

@@ -141,6 +141,7 @@ TEST_F(SealService, WithoutAKeyLinesAreWrittenAndWhyIsToldOncePerStart) {
   service->send_signal(SIGHUP);
   send_records();
   EXPECT_TRUE(service->wait_for_stdout("Reload config"));
+  EXPECT_TRUE(service->wait_for_stderr(kNoKey));
   EXPECT_EQ(service->stderr_text(), kNoKey);
   EXPECT_EQ(log_lines("accesslog", kLogVolume).size(), 2u);
   EXPECT_EQ(log_lines("systemlog", kLogVolume).size(), 2u);
@@ -149,6 +150,7 @@ TEST_F(SealService, WithoutAKeyLinesAreWrittenAndWhyIsToldOncePerStart) {
   started_descriptors = -1;
   start();
   send_records();
+  EXPECT_TRUE(service->wait_for_stderr(kNoKey));
   EXPECT_EQ(service->stderr_text(), kNoKey);
 }
 

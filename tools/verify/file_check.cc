@@ -5,6 +5,8 @@
 #include <string.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+
 #include "seal/seal_crypto.h"
 
 namespace sarvik::verify {
@@ -151,10 +153,11 @@ FileVerdict verify_file(const query::LogTree& tree, const FileToVerify& file, in
     const SealedGeneration& only = file.sealed->generations[current];
     if (only.device == static_cast<uint64_t>(status.st_dev) &&
         only.inode == static_cast<uint64_t>(status.st_ino) &&
-        stands_as_sealed(fd.get(), journal_fd, only, scratch.hashing)) {
-      verdict.verified = only.lines;
+        stands_as_sealed(fd.get(), journal_fd, only, file.size, file.journal_size, scratch.hashing,
+                         &verdict.verified)) {
       return verdict;
     }
+    verdict.verified = 0;
   }
   std::vector<SealedLine>& seals = scratch.seals;
   seals.clear();
@@ -169,12 +172,17 @@ FileVerdict verify_file(const query::LogTree& tree, const FileToVerify& file, in
                             ", then " + identity_text(sealed.inode) + ")";
       verdict.findings.push_back(finding);
     }
-    if (!read_sealed_lines(journal_fd, sealed.spans, &seals)) {
+    if (!read_sealed_lines(journal_fd, sealed.spans, file.journal_size, &seals)) {
       problems.fail("the seals of " + verdict.file + " cannot be read: " + strerror(errno));
       return verdict;
     }
   }
-  if (!hash_each_line(fd.get(), scratch.hashing, &scratch.lines)) {
+  // Seals made after the file was listed, of lines it did not hold then.
+  seals.erase(
+      std::remove_if(seals.begin(), seals.end(),
+                     [&](const SealedLine& seal) { return seal.late && seal.offset >= file.size; }),
+      seals.end());
+  if (!hash_each_line(fd.get(), file.size, scratch.hashing, &scratch.lines)) {
     problems.fail(verdict.file + ": " + strerror(errno));
     return verdict;
   }

@@ -30,6 +30,10 @@ struct FileToVerify {
   std::string name;
   const SealedFile* sealed = nullptr;
   bool listed = false;
+  // Its size when it was listed, and the size of its log's journal just before: the lines the
+  // service writes later, whose seals come behind that, are not looked at.
+  uint64_t size = UINT64_MAX;
+  uint64_t journal_size = UINT64_MAX;
 };
 
 // What one thread reuses from file to file, so that a file costs no fresh memory.

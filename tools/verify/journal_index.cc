@@ -85,7 +85,8 @@ bool JournalIndex::read(int fd) {
   }
 }
 
-bool read_sealed_lines(int fd, const std::vector<SealSpan>& spans, std::vector<SealedLine>* lines) {
+bool read_sealed_lines(int fd, const std::vector<SealSpan>& spans, uint64_t late_from,
+                       std::vector<SealedLine>* lines) {
   std::vector<uint8_t> buffer;
   for (const SealSpan& span : spans) {
     for (uint64_t done = 0; done < span.records;) {
@@ -106,7 +107,8 @@ bool read_sealed_lines(int fd, const std::vector<SealSpan>& spans, std::vector<S
           errno = EIO;
           return false;
         }
-        (*lines)[first + i] = SealedLine{seal.line, seal.unsealed_before, seal.hash};
+        (*lines)[first + i] = SealedLine{seal.line, seal.unsealed_before, seal.hash, seal.offset,
+                                         at + i * kSlotBytes >= late_from};
       }
       done += records;
     }

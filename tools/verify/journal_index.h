@@ -66,9 +66,10 @@ class JournalIndex {
   uint64_t record_count = 0;
 };
 
-// The seals of the journal `fd` that `spans` name, in order; false with errno set when they
-// cannot be read.
-bool read_sealed_lines(int fd, const std::vector<SealSpan>& spans, std::vector<SealedLine>* lines);
+// The seals of the journal `fd` that `spans` name, in order; those at or behind the journal's
+// byte `late_from` marked late. False with errno set when they cannot be read.
+bool read_sealed_lines(int fd, const std::vector<SealSpan>& spans, uint64_t late_from,
+                       std::vector<SealedLine>* lines);
 
 }  // namespace sarvik::verify
 

@@ -15,6 +15,8 @@ struct SealedLine {
   uint32_t line;             // its number when sealed, from 1; 0 when the service did not know it
   uint32_t unsealed_before;  // lines the service wrote just before it without a seal
   SealHash hash;
+  uint64_t offset = 0;  // of the line in its file
+  bool late = false;    // made after the file was listed
 };
 
 enum class LineVerdict {

@@ -2,6 +2,7 @@
 #include "verify/verify_run.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -36,6 +37,7 @@ struct ChainWork {
   query::Descriptor journal;
   JournalIndex index;
   std::unique_ptr<query::LogTree> tree;
+  std::map<std::pair<std::string, std::string>, FileToVerify> listing;  // by month and name
   std::vector<FileToVerify> files;
   std::vector<FileVerdict> verdicts;
   std::vector<Finding> state;
@@ -76,30 +78,41 @@ bool month_wanted(const std::string& month, const query::TimeRange& range) {
   return query::month_overlaps(month, range);
 }
 
-// The files to verify: every log file of the months wanted, and every file of those months
-// that the journal holds seals of, in the order of months and names.
-void list_files(ChainWork& work, const query::TimeRange& range, query::Problems& problems) {
-  std::map<std::pair<std::string, std::string>, FileToVerify> files;
+// The log files of the months wanted, each with its size now: the seals read afterwards are
+// held against these bytes alone, so that what the service writes meanwhile is no finding.
+void list_present(ChainWork& work, const query::TimeRange& range, uint64_t journal_size,
+                  query::Problems& problems) {
   for (const std::string& month : work.tree->months(problems)) {
     if (!month_wanted(month, range)) continue;
+    query::Descriptor dir = work.tree->open_month(month);
     for (const std::string& name : work.tree->files_of_month(month, problems)) {
-      FileToVerify& file = files[{month, name}];
+      FileToVerify& file = work.listing[{month, name}];
       file.month = month;
       file.name = name;
       file.listed = true;
+      file.journal_size = journal_size;
+      struct stat status;
+      if (dir.valid() && fstatat(dir.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
+        file.size = static_cast<uint64_t>(status.st_size);
+      }
     }
   }
+}
+
+// The files to verify: the listing, and every file of the months wanted that the journal holds
+// seals of, in the order of months and names.
+void list_files(ChainWork& work, const query::TimeRange& range) {
   for (const auto& [sealed_name, sealed] : work.index.files()) {
     const size_t slash = sealed_name.find('/');
     if (slash == std::string::npos) continue;
     std::string month = sealed_name.substr(0, slash);
     if (!month_wanted(month, range)) continue;
-    FileToVerify& file = files[{month, sealed_name.substr(slash + 1)}];
+    FileToVerify& file = work.listing[{month, sealed_name.substr(slash + 1)}];
     file.month = month;
     file.name = sealed_name.substr(slash + 1);
     file.sealed = &sealed;
   }
-  for (auto& [place, file] : files) work.files.push_back(std::move(file));
+  for (auto& [place, file] : work.listing) work.files.push_back(std::move(file));
   work.verdicts.resize(work.files.size());
 }
 
@@ -163,10 +176,20 @@ int run_verify(const query::QueryOptions& options, const VerifyCommand& command,
     if (command.kind_given && seal_chain_of(kind_named(options.kind)) != chain) continue;
     ChainWork& work = chains.emplace_back();
     work.chain = chain;
+    // The journal's size first, then the files: the seals in the journal by then are of lines
+    // that the files held when they were listed.
     const std::string journal = kSealChainTable[chain].journal;
     struct stat status;
     work.journal = query::Descriptor(open_seal_file(state.dir.get(), journal.c_str(),
                                                     SealAccess::kRead, false, &status, &error));
+    work.tree = std::make_unique<query::LogTree>(plan.root, kind);
+    if (!work.tree->open(&error)) {
+      problems.fail("cannot read the log volume " + error);
+      return query::kTrouble;
+    }
+    if (work.journal.valid()) {
+      list_present(work, plan.range, static_cast<uint64_t>(status.st_size), problems);
+    }
     if (!work.journal.valid() || !work.index.read(work.journal.get())) {
       problems.fail("cannot read the sealing state: " +
                     (work.journal.valid() ? journal + ": " + strerror(errno) : error));
@@ -179,12 +202,7 @@ int run_verify(const query::QueryOptions& options, const VerifyCommand& command,
                     "; the seals lost there show at the lines they sealed, and --key tells "
                     "whether the state was altered");
     }
-    work.tree = std::make_unique<query::LogTree>(plan.root, kind);
-    if (!work.tree->open(&error)) {
-      problems.fail("cannot read the log volume " + error);
-      return query::kTrouble;
-    }
-    list_files(work, plan.range, problems);
+    list_files(work, plan.range);
   }
 
   // With the key, the chains are proven on a thread of their own while the files are verified.

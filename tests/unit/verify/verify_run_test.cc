@@ -2,6 +2,8 @@
 // temporary directory, changed, and verified; the report, its JSON form and the exit status.
 #include "verify/verify_run.h"
 
+#include <fcntl.h>
+
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -18,6 +20,7 @@
 #include "testing/file_text.h"
 #include "testing/temp_dir.h"
 #include "testing/time_zone.h"
+#include "verify/file_check.h"
 
 namespace sarvik::verify {
 namespace {
@@ -191,6 +194,40 @@ TEST_F(VerifyRun, BlocksWithDigestsVerifyAndAChangeInOneIsFoundAtItsLine) {
                                                  "1499"),
             std::string::npos)
       << out.str();
+}
+
+// The service goes on writing while a file is verified: what it writes after the file and its
+// journal were measured is not looked at, while a file cut short before is.
+TEST_F(VerifyRun, LinesWrittenAfterTheListingAreNotLookedAt) {
+  write(kMarch4th, many_lines(kDigestLines + 10));
+  const uint64_t journal_size = read_file(seal_dir + "/access.seals").size();
+  const uint64_t file_size = read_file(path(kMarch)).size();
+  write(kMarch4th, many_lines(kDigestLines + 10));  // a block and more, after the listing
+  query::LogTree tree(volume, kAccessLog);
+  std::string error;
+  ASSERT_TRUE(tree.open(&error)) << error;
+  const int journal = open((seal_dir + "/access.seals").c_str(), O_RDONLY);
+  ASSERT_GE(journal, 0);
+  JournalIndex index;
+  ASSERT_TRUE(index.read(journal));
+  FileToVerify file;
+  file.month = "201703";
+  file.name = "access_20170304123456.csv";
+  file.sealed = &index.files().begin()->second;
+  file.listed = true;
+  file.size = file_size;
+  file.journal_size = journal_size;
+  VerifyScratch scratch;
+  query::Problems listed_problems(problems);
+  FileVerdict verdict = verify_file(tree, file, journal, scratch, listed_problems);
+  EXPECT_EQ(verdict.verified, kDigestLines + 10);
+  EXPECT_TRUE(verdict.findings.empty());
+  // The same file cut before it was listed: its seals of before show it.
+  file.size = file_size - 10;
+  verdict = verify_file(tree, file, journal, scratch, listed_problems);
+  ASSERT_EQ(verdict.findings.size(), 1u);
+  EXPECT_EQ(verdict.findings[0].kind, FindingKind::kTruncated);
+  close(journal);
 }
 
 TEST_F(VerifyRun, ALineStillBeingWrittenIsNoFinding) {
