@@ -2,9 +2,12 @@
 #include "testing/fresh_volumes.h"
 
 #include <errno.h>
+#include <net/if.h>
 #include <sched.h>
 #include <string.h>
+#include <sys/ioctl.h>
 #include <sys/mount.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -45,6 +48,22 @@ bool enter_fresh_volumes(std::string* why) {
   }
   chmod("/tmp", 01777);
   return true;
+}
+
+bool bring_loopback_up(std::string* why) {
+  int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  if (fd < 0) {
+    *why = std::string("socket: ") + strerror(errno);
+    return false;
+  }
+  struct ifreq request = {};
+  strncpy(request.ifr_name, "lo", IFNAMSIZ - 1);
+  bool up = ioctl(fd, SIOCGIFFLAGS, &request) == 0;
+  request.ifr_flags |= IFF_UP;
+  up = up && ioctl(fd, SIOCSIFFLAGS, &request) == 0;
+  if (!up) *why = std::string("bring lo up: ") + strerror(errno);
+  close(fd);
+  return up;
 }
 
 }  // namespace sarvik::testing

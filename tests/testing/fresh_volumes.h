@@ -14,6 +14,10 @@ namespace sarvik::testing {
 // forked afterwards share the private view. Each call stacks a new, empty set on top.
 bool enter_fresh_volumes(std::string* why);
 
+// Brings up the loopback interface of the private network namespace, where it starts down.
+// False with a reason in `why`.
+bool bring_loopback_up(std::string* why);
+
 // Mounts a tmpfs of `size_kib` KiB on `path` inside the current private namespace; returns false
 // with a reason in `why` on failure.
 bool mount_tmpfs(const std::string& path, unsigned long size_kib, std::string* why);

@@ -22,25 +22,8 @@ using Pattern = AlertInfo::AlertPattern;
 // The event's fields as the rules receive them: the result in its brief form.
 using RuleFields = AccessFields;
 
-// The normalisation of the access handler, by its own field builders.
-RuleFields normalise(const ReqAccessLog& request) {
-  RuleFields fields = access_fields(request, request.text_entry(kAccessShare));
-  fields.result = access_result(request, /*brief=*/true);
-  return fields;
-}
-
-// The weekday attribute of the settings ("mon") for `when` in local time, and its time of day.
-std::string local_day(const ConfigXml& config, time_t when, struct tm* local) {
-  localtime_r(&when, local);
-  for (const auto& [day, bit] : config.weekday_bits) {
-    if (bit == local->tm_wday) return day.raw();
-  }
-  return "?";
-}
-
-std::string period_failure(const ConfigXml& config, const AlertInfo& rule, time_t when) {
-  struct tm local;
-  std::string day = local_day(config, when, &local);
+std::string period_failure(const ConfigXml& config, const AlertInfo& rule, const struct tm& local) {
+  std::string day = weekday_name(config, local);
   std::string moment = clock_text(local.tm_hour, local.tm_min);
   if (rule.period_not) {
     return quoted(day) + " " + moment + " lies inside the period, and not=\"true\" excludes it";
@@ -69,9 +52,9 @@ std::string pattern_failure(const std::string& value, const Pattern& pattern) {
 
 // The first condition of the rule test that `fields` fail, in the test's order, with its
 // reason; empty when all pass.
-std::string first_failure(const ConfigXml& config, const AlertInfo& rule, time_t when,
+std::string first_failure(const ConfigXml& config, const AlertInfo& rule, const struct tm& local,
                           const RuleFields& fields) {
-  if (!rule.match_period(when)) return "period: " + period_failure(config, rule, when);
+  if (!rule.match_period(local)) return "period: " + period_failure(config, rule, local);
   if (!rule.match_username(fields.user)) return "user: " + user_failure(rule, fields.user);
   if (!rule.match_path(fields.host, rule.hostname)) {
     return "host: " + pattern_failure(fields.host, rule.hostname);
@@ -96,8 +79,25 @@ std::string first_failure(const ConfigXml& config, const AlertInfo& rule, time_t
   return std::string();
 }
 
-// Why the access handler ends before the rules, as the handler takes its steps; empty when the
-// rules are tried.
+}  // namespace
+
+AccessFields rule_fields(const EventFields& event) {
+  ReqAccessLog request(event.user.c_str(), event.host.c_str(), event.ipaddr.c_str(),
+                       event.operation.c_str(), event.status, event.error_number,
+                       event.share.c_str(), event.path.c_str());
+  // The normalisation of the access handler, by its own field builders.
+  RuleFields fields = access_fields(request, request.text_entry(kAccessShare));
+  fields.result = access_result(request, /*brief=*/true);
+  return fields;
+}
+
+std::string weekday_name(const ConfigXml& config, const struct tm& local) {
+  for (const auto& [day, bit] : config.weekday_bits) {
+    if (bit == local.tm_wday) return day.raw();
+  }
+  return "?";
+}
+
 std::string reason_no_rule_is_tried(ConfigXml& config, const std::string& share) {
   if (!XmlData::GetEnable(config.GetRootNode(), keys::kAccessLogConf, keys::kEnable)) {
     return "'accesslogconf' is not enabled: the record is not logged";
@@ -124,7 +124,6 @@ std::string reason_no_rule_is_tried(ConfigXml& config, const std::string& share)
   return std::string();
 }
 
-// The lines of the rules that the service keeps, in the order of its rule list.
 std::vector<int> rule_lines(ConfigXml& config) {
   std::vector<int> lines;
   for (const Vexil::CDOMElement& alert :
@@ -139,17 +138,32 @@ std::vector<int> rule_lines(ConfigXml& config) {
   return lines;
 }
 
-}  // namespace
+std::vector<RuleVerdict> try_rules(ConfigXml& config, const struct tm& local,
+                                   const AccessFields& fields) {
+  const std::vector<AlertInfo>& rules = config.get_alert_list();
+  std::vector<int> lines = rule_lines(config);
+  std::vector<RuleVerdict> verdicts;
+  for (size_t i = 0; i < rules.size(); ++i) {
+    const AlertInfo& rule = rules[i];
+    RuleVerdict verdict;
+    verdict.name = rule.name;
+    verdict.line = i < lines.size() ? lines[i] : 0;
+    // The verdict is the service's own test; the parts only name the condition that stops it.
+    verdict.fires = rule.match(local, fields.user, fields.host, fields.ipaddr, fields.operation,
+                               fields.result, fields.share, fields.path);
+    if (!verdict.fires) verdict.reason = first_failure(config, rule, local, fields);
+    verdicts.push_back(std::move(verdict));
+  }
+  return verdicts;
+}
 
 void dry_run_event(const EventFields& event, ConfigXml& config, const std::string& file,
                    std::ostream& out) {
-  ReqAccessLog request(event.user.c_str(), event.host.c_str(), event.ipaddr.c_str(),
-                       event.operation.c_str(), event.status, event.error_number,
-                       event.share.c_str(), event.path.c_str());
-  RuleFields fields = normalise(request);
+  RuleFields fields = rule_fields(event);
   struct tm local;
-  out << "event: " << format_time(event.time) << " (" << local_day(config, event.time, &local)
-      << "), user " << quoted(fields.user) << ", host " << quoted(fields.host) << ", address "
+  localtime_r(&event.time, &local);
+  out << "event: " << format_time(event.time) << " (" << weekday_name(config, local) << "), user "
+      << quoted(fields.user) << ", host " << quoted(fields.host) << ", address "
       << quoted(fields.ipaddr) << ", operation " << quoted(fields.operation) << ", result "
       << quoted(fields.result) << ", share " << quoted(fields.share) << ", path "
       << quoted(fields.path) << "\n";
@@ -159,24 +173,19 @@ void dry_run_event(const EventFields& event, ConfigXml& config, const std::strin
     return;
   }
   out << "access log: share " << quoted(fields.share) << " is logged\n";
-  const std::vector<AlertInfo>& rules = config.get_alert_list();
-  std::vector<int> lines = rule_lines(config);
+  std::vector<RuleVerdict> verdicts = try_rules(config, local, fields);
   int fired = 0;
-  for (size_t i = 0; i < rules.size(); ++i) {
-    const AlertInfo& rule = rules[i];
-    out << file << ":" << (i < lines.size() ? lines[i] : 0) << ": rule " << quoted(rule.name);
-    // The verdict is the service's own test; the parts only name the condition that stops it.
-    if (rule.match(event.time, fields.user, fields.host, fields.ipaddr, fields.operation,
-                   fields.result, fields.share, fields.path)) {
+  for (const RuleVerdict& verdict : verdicts) {
+    out << file << ":" << verdict.line << ": rule " << quoted(verdict.name);
+    if (verdict.fires) {
       out << ": fires\n";
       ++fired;
     } else {
-      std::string failure = first_failure(config, rule, event.time, fields);
-      out << ": does not fire" << (failure.empty() ? "" : ": " + failure) << "\n";
+      out << ": does not fire" << (verdict.reason.empty() ? "" : ": " + verdict.reason) << "\n";
     }
   }
-  out << "sarvik-check: " << fired << " of " << rules.size()
-      << (rules.size() == 1 ? " rule fires" : " rules fire") << "\n";
+  out << "sarvik-check: " << fired << " of " << verdicts.size()
+      << (verdicts.size() == 1 ? " rule fires" : " rules fire") << "\n";
 }
 
 }  // namespace sarvik::check
