@@ -111,8 +111,9 @@ if measured sarvik-seal && measured sarvik; then
   check "CPU µs/record added by sealing (paired by repetition)" \
     "$(paired_ratio sarvik-seal sarvik -)" 3.0
   if [ -n "$(extra sarvik-seal calls)" ]; then
-    check "system calls/record with sealing (sarvik + 1 write)" "$(extra sarvik-seal calls)" \
-      "$(awk -v c="$(extra sarvik calls)" 'BEGIN { printf "%.2f", c + 1 }')"
+    # The journal is written through a mapped window: three calls per thousand lines or so.
+    check "system calls/record with sealing (as sarvik's, + 0.01)" "$(extra sarvik-seal calls)" \
+      "$(awk -v c="$(extra sarvik calls)" 'BEGIN { printf "%.2f", c + 0.01 }')"
     check "private memory growth kB with sealing, 10% to 100%" \
       "$(( $(extra sarvik-seal private_kb) - $(extra sarvik-seal private10_kb) ))" 0
   fi

@@ -1,7 +1,6 @@
 // Sealing one log's lines: each line as a record of the log's chain in its journal.
 #include "seal/chain_sealer.h"
 
-#include <errno.h>
 #include <string.h>
 #include <unistd.h>
 
@@ -55,11 +54,13 @@ ChainSealer::ChainSealer(int chain, int journal_fd, std::string journal_path, ui
       journal(journal_fd),
       journal_path(std::move(journal_path)),
       key_file(key_file),
+      window(journal_fd),
       head(head),
       errors(errors),
       progress(progress) {}
 
 ChainSealer::~ChainSealer() {
+  window.close_at(head.journal_bytes);
   close(journal);
   erase_secret(head.key.data(), head.key.size());
 }
@@ -157,12 +158,8 @@ void ChainSealer::add_to_block(uint64_t offset, const char* text, size_t length)
 bool ChainSealer::write_records(const std::string& why_not) {
   std::string reason = why_not;
   if (reason.empty()) {
-    ssize_t written;
-    do {
-      written =
-          pwrite(journal, records.data(), records.size(), static_cast<off_t>(head.journal_bytes));
-    } while (written < 0 && errno == EINTR);
-    if (written == static_cast<ssize_t>(records.size())) {
+    const int error = window.write(records.data(), records.size(), head.journal_bytes);
+    if (error == 0) {
       if (failing) {
         progress << "seal: the lines of the " << log_word(chain) << " log are sealed again; "
                  << unsealed_lines << " were written unsealed\n";
@@ -170,11 +167,7 @@ bool ChainSealer::write_records(const std::string& why_not) {
       }
       return true;
     }
-    reason = strerror(written < 0 ? errno : ENOSPC);
-    // A part that was written would stand behind the journal's end as the start of a record.
-    if (written > 0 && ftruncate(journal, static_cast<off_t>(head.journal_bytes)) != 0) {
-      // Failure ignored: the next write begins at the same place and overwrites it.
-    }
+    reason = strerror(error);
   }
   if (!failing) {
     errors << "Error: cannot seal the lines of the " << log_word(chain) << " log in "

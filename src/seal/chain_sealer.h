@@ -7,6 +7,7 @@
 #include <string>
 
 #include "logstore/line_sealer.h"
+#include "seal/journal_window.h"
 #include "seal/seal_crypto.h"
 #include "seal/seal_format.h"
 
@@ -23,8 +24,9 @@ namespace sarvik {
 //
 // Nothing here fails the log: a line that cannot be sealed stays written unsealed, is counted in
 // the next seal of its file, and the first failure of a run of them is told on `errors`, the
-// return to sealing on `progress`. The journal is written at the length the head records, so a
-// failed write leaves nothing behind, and never synced.
+// return to sealing on `progress`. The journal is written at the length the head records, so
+// what a failed write left is overwritten by the next; through a mapped window (no system call
+// per line), and never synced.
 //
 // Owns the journal's descriptor; `key_file` (the mapped key file) must outlive the object.
 // Main thread of the service only.
@@ -61,6 +63,7 @@ class ChainSealer final : public LineSealer {
   const int journal;
   const std::string journal_path;
   uint8_t* const key_file;
+  JournalWindow window;
   ChainHead head;  // the chain's head; its key is the key of the next record
   std::ostream& errors;
   std::ostream& progress;

@@ -3,7 +3,12 @@
 
 #include <errno.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <algorithm>
+
+#include "seal/journal_end.h"
 
 namespace sarvik::verify {
 
@@ -14,9 +19,14 @@ constexpr size_t kBlockBytes = size_t{1} << 20;
 
 }  // namespace
 
-JournalReader::JournalReader(int fd) : fd(fd), buffer(kBlockBytes) {}
+JournalReader::JournalReader(int fd) : fd(fd), buffer(kBlockBytes) {
+  struct stat status;
+  limit_known = fstat(fd, &status) == 0 &&
+                journal_records_end(fd, static_cast<uint64_t>(status.st_size), &limit);
+}
 
 bool JournalReader::fill() {
+  if (!limit_known) return false;
   if (start > 0) {
     memmove(buffer.data(), buffer.data() + start, filled - start);
     buffer_offset += start;
@@ -24,8 +34,11 @@ bool JournalReader::fill() {
     start = 0;
   }
   while (filled < buffer.size()) {
-    ssize_t got = pread(fd, buffer.data() + filled, buffer.size() - filled,
-                        static_cast<off_t>(buffer_offset + filled));
+    const uint64_t at = buffer_offset + filled;
+    const size_t wanted = static_cast<size_t>(
+        std::min<uint64_t>(buffer.size() - filled, limit > at ? limit - at : 0));
+    ssize_t got =
+        wanted == 0 ? 0 : pread(fd, buffer.data() + filled, wanted, static_cast<off_t>(at));
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) return false;
     if (got == 0) {

@@ -10,8 +10,9 @@
 
 namespace sarvik::verify {
 
-// Reads the records of the journal open as `fd` from its start, a block at a time into one
-// buffer. Bytes that are no record (a hole, another hand's writing) are passed over a slot at a
+// Reads the records of the journal open as `fd` from its start to the end of its records as it
+// stands when the reader is made (journal_records_end), a block at a time into one buffer.
+// Bytes that are no record (a hole, another hand's writing) are passed over a slot at a
 // time and told as damage; a record cut short at the end of the journal is left. One reader per
 // thread; the descriptor must outlive it.
 class JournalReader {
@@ -31,6 +32,8 @@ class JournalReader {
   bool fill();
 
   int fd;
+  uint64_t limit = 0;  // the end of the records
+  bool limit_known = false;
   std::vector<uint8_t> buffer;
   size_t start = 0;  // the first byte not handed over yet
   size_t filled = 0;

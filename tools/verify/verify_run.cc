@@ -18,6 +18,7 @@
 
 #include "logstore/log_names.h"
 #include "query/query_plan.h"
+#include "seal/journal_end.h"
 #include "seal/seal_paths.h"
 #include "seal/seal_state.h"
 #include "verify/chain_check.h"
@@ -176,8 +177,8 @@ int run_verify(const query::QueryOptions& options, const VerifyCommand& command,
     if (command.kind_given && seal_chain_of(kind_named(options.kind)) != chain) continue;
     ChainWork& work = chains.emplace_back();
     work.chain = chain;
-    // The journal's size first, then the files: the seals in the journal by then are of lines
-    // that the files held when they were listed.
+    // The end of the journal's records first, then the files: the seals in the journal by then are
+    // of lines that the files held when they were listed.
     const std::string journal = kSealChainTable[chain].journal;
     struct stat status;
     work.journal = query::Descriptor(open_seal_file(state.dir.get(), journal.c_str(),
@@ -187,10 +188,12 @@ int run_verify(const query::QueryOptions& options, const VerifyCommand& command,
       problems.fail("cannot read the log volume " + error);
       return query::kTrouble;
     }
-    if (work.journal.valid()) {
-      list_present(work, plan.range, static_cast<uint64_t>(status.st_size), problems);
-    }
-    if (!work.journal.valid() || !work.index.read(work.journal.get())) {
+    uint64_t records_end = 0;
+    const bool readable = work.journal.valid() &&
+                          journal_records_end(work.journal.get(),
+                                              static_cast<uint64_t>(status.st_size), &records_end);
+    if (readable) list_present(work, plan.range, records_end, problems);
+    if (!readable || !work.index.read(work.journal.get())) {
       problems.fail("cannot read the sealing state: " +
                     (work.journal.valid() ? journal + ": " + strerror(errno) : error));
       return query::kTrouble;

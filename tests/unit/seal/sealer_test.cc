@@ -2,6 +2,7 @@
 // real logs write, how the chain goes on, and how it fails.
 #include "seal/sealer.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,6 +13,7 @@
 
 #include "logstore/log_file.h"
 #include "seal/existing_file.h"
+#include "seal/journal_end.h"
 #include "seal/seal_crypto.h"
 #include "seal/seal_paths.h"
 #include "seal/seal_setup.h"
@@ -37,6 +39,16 @@ constexpr time_t kApril1st = 1491004800;  // 2017-04-01 00:00:00 UTC
 constexpr char kMarchFile[] = "201703/access_20170304123456.csv";
 constexpr int kAccessChain = 1;
 
+// The end of the records of the journal at `path`, `size` bytes long: a running sealer keeps
+// zero bytes ahead of them.
+size_t records_end(const std::string& path, size_t size) {
+  uint64_t end = 0;
+  int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  EXPECT_TRUE(fd >= 0 && journal_records_end(fd, size, &end)) << path;
+  if (fd >= 0) close(fd);
+  return static_cast<size_t>(end);
+}
+
 // The records of a journal, each checked against the chain that `key` derives.
 struct Journal {
   std::vector<SealRecord> records;
@@ -46,7 +58,8 @@ struct Journal {
 
 Journal read_journal(const std::string& path, const VerificationKey& key, int chain) {
   Journal journal;
-  const std::string bytes = read_file(path);
+  std::string bytes = read_file(path);
+  bytes.resize(records_end(path, bytes.size()));
   ChainKey chain_key = first_chain_key(key, chain);
   SealTag previous{};
   for (size_t at = 0; at < bytes.size();) {
@@ -400,14 +413,14 @@ TEST_F(SealerTest, ALineWhoseSealCannotBeWrittenStaysUnsealedAndIsCounted) {
   set_up_keys();
   Sealer sealer(seal_dir, errors, progress);
   sealer.apply(true);
-  write(sealer, kMarch4th, {"sealed"});  // the journal now holds three slots
   {
+    // No room for the journal to grow, as on a full volume.
     FileSizeLimit limit(3 * kSlotBytes);
     write(sealer, kMarch4th, {"not sealed", "nor this"});
   }
   EXPECT_EQ(read_file(log_path(kMarchFile)),
             "\xEF\xBB\xBF"
-            "sealed\r\nnot sealed\r\nnor this\r\n");
+            "not sealed\r\nnor this\r\n");
   EXPECT_EQ(errors.str(), "Error: cannot seal the lines of the access log in " + seal_dir +
                               "/access.seals: File too large; they are written unsealed until a "
                               "seal can be written again\n");
@@ -417,8 +430,31 @@ TEST_F(SealerTest, ALineWhoseSealCannotBeWrittenStaysUnsealedAndIsCounted) {
             "unsealed\n");
   Journal journal = access_journal();
   EXPECT_TRUE(journal.chain_holds);
-  ASSERT_EQ(journal.records.size(), 3u);
-  expect_line(journal.records[2], 4, 33, "sealed again", /*unsealed_before=*/2);
+  ASSERT_EQ(journal.records.size(), 2u);
+  expect_line(journal.records[1], 3, 25, "sealed again", /*unsealed_before=*/2);
+}
+
+// The journal is written through a window of the file allocated ahead: the room runs out when
+// the next window cannot be allocated, not before, and nothing faults.
+TEST_F(SealerTest, TheJournalsRoomRunsOutAtTheNextWindow) {
+  set_up_keys();
+  Sealer sealer(seal_dir, errors, progress);
+  sealer.apply(true);
+  write(sealer, kMarch4th, {"first"});  // three slots, in a window of 64 KiB
+  {
+    FileSizeLimit limit(64 << 10);
+    for (int line = 0; line < 1100; ++line) write(sealer, kMarch4th, {"x"});
+  }
+  write(sealer, kMarch4th, {"last"});
+  // The window held 1024 slots: three and 1021 lines sealed; the other 79 lines were not.
+  EXPECT_NE(errors.str().find("File too large"), std::string::npos) << errors.str();
+  EXPECT_EQ(progress.str(),
+            "seal: the lines of the access log are sealed again; 79 were written unsealed\n");
+  Journal journal = access_journal();
+  EXPECT_TRUE(journal.chain_holds);
+  ASSERT_EQ(journal.records.size(), 1024u);
+  expect_line(journal.records[1022], 1022, 3 + 7 + 1020 * 3, "x");
+  expect_line(journal.records[1023], 1102, 3 + 7 + 1100 * 3, "last", /*unsealed_before=*/79);
 }
 
 }  // namespace
