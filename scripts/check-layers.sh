@@ -10,6 +10,10 @@ cd "$root"
 # Which subsystems each one may use directly. Arrows point down only; a subsystem may also use
 # what the ones it may use may use, except where a narrower rule stands below.
 #
+# Sealing (seal) sits beside the log storage whose lines it seals: the storage tells it of each
+# line through an interface of its own (logstore/line_sealer.h) and never includes it; the
+# service wires them together, and the log reader's verifier reads the state with the same code.
+#
 # The rule test (AlertInfo::match and its helpers) lives with its record in settings rather than
 # in alert: the settings checker and the log reader test rules too, and linking the alert
 # thread's library for them would pull in what they never run.
@@ -17,14 +21,15 @@ declare -A may_use=(
   [support]=""
   [protocol]=""
   [logstore]="support"
+  [seal]="support logstore"
   [record]="protocol support"
   [settings]="support logstore"
   [notice]="support settings"
   [alert]="settings logstore notice record"
-  [core]="support protocol record logstore settings notice alert"
+  [core]="support protocol record logstore seal settings notice alert"
   [query]="support record settings logstore"
-  [tools]="support protocol record logstore settings notice alert query"
-  [bench]="support protocol record logstore settings notice alert query"
+  [tools]="support protocol record logstore seal settings notice alert query"
+  [bench]="support protocol record logstore seal settings notice alert query"
 )
 # Narrower rules: of logstore, settings may include only the plain expiry record, and the query
 # engine only the names and the format of the log files (it reads logs, it never writes them).

@@ -34,6 +34,14 @@ if grep -q 'hardening-' <<<"$tags"; then
   fail "lintian reports binaries without the distribution's hardening"
 fi
 
+echo "--- dependencies"
+# The libraries found by dpkg-shlibdeps, among them those of sealing, and the named ones.
+depends=$(dpkg-deb -f "$deb" Depends)
+echo "Depends: $depends"
+for needed in libsodium23 libssl3 procps; do
+  grep -qE "(^|, )$needed( |,|$)" <<<"$depends" || fail "the package does not depend on $needed"
+done
+
 echo "--- contents"
 listing=$(dpkg-deb -c "$deb")
 # mode_of <path below the root>: the mode string of that entry in the package, or nothing.

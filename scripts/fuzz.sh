@@ -12,7 +12,7 @@ scripts/install-deps.sh || exit 1
 seconds=${1:-${SARVIK_FUZZ_SECONDS:-50}}
 build=build/fuzz
 targets=(request_fuzz settings_fuzz rule_test_fuzz wildcard_fuzz notice_reply_fuzz log_reader_fuzz
-         index_reader_fuzz)
+         index_reader_fuzz seal_state_fuzz)
 
 echo "=== fuzz: build"
 scripts/build.sh "$build" -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \

@@ -2,9 +2,11 @@
 # The benchmark's part inside a private mount namespace (scripts/bench.sh enters it). Each server
 # run gets fresh tmpfs volumes on /mnt, /tmp and /var/lock, stacked over the namespace's own and
 # removed afterwards, so the host's directories stay untouched.
-#   run.sh BUILD_DIR RESULT_DIR RECORDS REPS RSS_RECORDS
+#   run.sh BUILD_DIR RESULT_DIR RECORDS REPS RSS_RECORDS [SERVER...]
+# Without servers named, every server is measured.
 set -euo pipefail
 build=$1 results=$2 records=$3 reps=$4 rss_records=$5
+shift 5
 here=$(cd "$(dirname "$0")" && pwd)
 load=$build/bench/e2e/e2e-load
 declare -A command=(
@@ -12,13 +14,15 @@ declare -A command=(
   [floor-io-min]="$build/bench/e2e/floor-io --unavoidable"
   [floor-io]="$build/bench/e2e/floor-io"
   [sarvik]="$build/src/sarvik"
+  [sarvik-seal]="$build/src/sarvik"
   [sarvik-rules100]="$build/src/sarvik"
   [sarvik-expiry]="$build/src/sarvik"
   [sarvik-fire]="$build/src/sarvik"
   [sarvik-forwarding]="$build/src/sarvik"
 )
-servers=(floor-min floor-io-min floor-io sarvik sarvik-rules100 sarvik-expiry sarvik-fire
-  sarvik-forwarding)
+servers=(floor-min floor-io-min floor-io sarvik sarvik-seal sarvik-rules100 sarvik-expiry
+  sarvik-fire sarvik-forwarding)
+[ $# -eq 0 ] || servers=("$@")
 warmup=500
 
 variant_of() {
@@ -26,6 +30,7 @@ variant_of() {
     sarvik-rules100) echo rules100 ;;
     sarvik-expiry) echo expiry ;;
     sarvik-fire) echo fire ;;
+    sarvik-seal) echo seal ;;
     *) echo none ;;
   esac
 }
@@ -53,6 +58,7 @@ volumes_up() {
     printf '%s\n' "$stub" >/mnt/data/bin/$script
     chmod 755 /mnt/data/bin/$script
   done
+  if [ "$1" = sarvik-seal ]; then "$build/tools/sarvik-log" --setup-keys >/dev/null 2>&1; fi
 }
 
 volumes_down() {

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Writes the service's settings for one benchmark variant to standard output:
-#   settings.sh none|rules100|expiry|fire
+#   settings.sh none|rules100|expiry|fire|seal
 # Every variant logs all shares and both logs on /mnt/data/logs.
 #   none      no alert rules, no expiry
 #   rules100  100 rules of which none fires for the benchmark's record (a quarter each fail at
@@ -9,6 +9,7 @@
 #             volume: every line costs the statfs of the gate
 #   fire      one rule that fires on every record: each record is also written to the alert log
 #             and queued for the alert thread
+#   seal      no rules, no expiry, every line sealed (hardening/seal; the runner sets up the key)
 set -euo pipefail
 variant=$1
 
@@ -20,6 +21,7 @@ rule() {
 }
 open_read='<operation type="open_read" enable="true"/><operation type="write" enable="true"/>'
 alerts=""
+hardening=""
 autodelete='<autodelete enable="false"><expire><days>30</days><percent>5</percent></expire></autodelete>'
 case $variant in
   none) ;;
@@ -43,6 +45,9 @@ case $variant in
   fire)
     alerts=$(rule "every-open" "$all_days" '<usernamelist all="true"/>' "$open_read" '')
     ;;
+  seal)
+    hardening='<hardening><seal enable="true"/></hardening>'
+    ;;
   *)
     echo "settings.sh: unknown variant $variant" >&2
     exit 2
@@ -59,5 +64,6 @@ cat <<XML
     $autodelete
   </accesslogconf>
   <alertlist>$alerts</alertlist>
+  $hardening
 </config>
 XML

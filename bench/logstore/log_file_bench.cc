@@ -1,6 +1,5 @@
 // Speed of LogFile::write_line on a tmpfs, and the share of its time spent in the kernel.
 #include <benchmark/benchmark.h>
-#include <ftw.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/resource.h>
@@ -11,6 +10,7 @@
 
 #include "logstore/log_file.h"
 #include "logstore/path.h"
+#include "shm_dir.h"
 
 namespace sarvik {
 namespace {
@@ -18,23 +18,6 @@ namespace {
 constexpr time_t kStart = 1488630896;  // 2017-03-04 12:34:56 UTC
 constexpr char kLine[] =
     "2017/03/04 12:34:56,alice,pc01,192.168.0.10,write,success,share,/docs/report.txt";
-
-// A fresh directory on the RAM-backed /dev/shm, removed with its contents at the end.
-class ShmDir {
- public:
-  ShmDir() {
-    char templ[] = "/dev/shm/sarvik-bench.XXXXXX";
-    if (mkdtemp(templ) != nullptr) root = templ;
-  }
-  ~ShmDir() {
-    auto remove_one = [](const char* p, const struct stat*, int, struct FTW*) { return remove(p); };
-    if (!root.empty()) nftw(root.c_str(), remove_one, 16, FTW_DEPTH | FTW_PHYS);
-  }
-  const std::string& path() const { return root; }
-
- private:
-  std::string root;
-};
 
 double seconds(const timeval& t) { return t.tv_sec + t.tv_usec / 1e6; }
 

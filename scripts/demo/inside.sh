@@ -28,6 +28,8 @@ for tool in "${tools[@]}"; do
   chmod 755 /tmp/demo-bin/$tool
   fd=$((fd + 1))
 done
+# The sample settings seal every line: the key is set up before the service starts.
+/tmp/demo-bin/sarvik-log --setup-keys >/tmp/demo-bin/verification-key 2>/dev/null
 
 # The console, in the background, on the host's loopback (only the mounts are private). It ends
 # with the service when Ctrl-C reaches both.
@@ -48,6 +50,8 @@ In a second terminal, in the checkout, send records, ask sarvik-log, look at the
   scripts/in-demo.sh sh -c 'tail -n +1 /mnt/data/logs/*/*/*.csv'
 The access line fires the rule "docs-reads": about 60 seconds later (59 to 61) the stub scripts
 print the alert's event-log, buzzer and mail requests here, then one event-log record per address.
+Every line is sealed; change one and see it found (the verification key is in /tmp/demo-bin):
+  scripts/in-demo.sh sarvik-log --verify --root /mnt/data/logs --key /tmp/demo-bin/verification-key
 ----------------------------------------------------------------------------------------------
 MSG
 exec /proc/self/fd/3

@@ -9,7 +9,8 @@
 namespace sarvik {
 
 void evaluate_alerts(time_t time, const AccessFields& fields, const std::string& line,
-                     ConfigXml& config, AlertThread& thread, const std::string& state_dir) {
+                     ConfigXml& config, AlertThread& thread, const std::string& state_dir,
+                     LineSealer* sealer) {
   const std::vector<AlertInfo>& rules = config.get_alert_list();
   // "ok" stays, and "fail" with the error text in parentheses becomes "fail".
   const std::string result(brief_result(fields.result));
@@ -25,6 +26,7 @@ void evaluate_alerts(time_t time, const AccessFields& fields, const std::string&
     if (!fired) continue;
     // A fresh log per hit, without expiry settings: the alert log keeps all its files.
     LogFile log = make_log_file(kAlertLog, config.get_share_path(), state_dir);
+    log.sealer = sealer;
     log.write_line(time, line);  // result ignored: the hit is queued all the same
     thread.add_hit(rule.name, line);
   }

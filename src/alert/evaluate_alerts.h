@@ -6,6 +6,7 @@
 #include <string>
 
 #include "alert/alert_thread.h"
+#include "logstore/line_sealer.h"
 #include "record/access_fields.h"
 #include "settings/config_xml.h"
 
@@ -17,9 +18,11 @@ namespace sarvik {
 // once (a line that cannot be written is not kept) and queues it in the tally of the rule's
 // name, which wakes the alert thread. The alert log never expires. Raises CXMLError for missing
 // settings: the hits before stand, the rules after are not tried. The alert log keeps its state
-// files in `state_dir` (the service's is paths::kStateDir). Main thread.
+// files in `state_dir` (the service's is paths::kStateDir), and its lines are sealed by
+// `sealer` unless that is null. Main thread.
 void evaluate_alerts(time_t time, const AccessFields& fields, const std::string& line,
-                     ConfigXml& config, AlertThread& thread, const std::string& state_dir);
+                     ConfigXml& config, AlertThread& thread, const std::string& state_dir,
+                     LineSealer* sealer);
 
 }  // namespace sarvik
 

@@ -13,7 +13,8 @@
 
 namespace sarvik {
 
-void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThread& alerts) {
+void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThread& alerts,
+                       Sealer& sealer) {
   if (!config.GetRootEnable(keys::kAccessLogConf, keys::kEnable)) return;
   time_t now = time(nullptr);
   std::string share = request.text_entry(kAccessShare);
@@ -23,9 +24,10 @@ void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThre
   std::string line = access_line(now, fields);
   LogFile log = make_log_file(kAccessLog, config.get_share_path(), paths::kStateDir);
   log.auto_delete = config.GetAutoDelete(kAccessLogExpiry);
+  log.sealer = sealer.for_log(kAccessLog);
   // Result ignored: unlike a system record, an access record that cannot be written is dropped.
   log.write_line(now, line);
-  evaluate_alerts(now, fields, line, config, alerts, paths::kStateDir);
+  evaluate_alerts(now, fields, line, config, alerts, paths::kStateDir, sealer.for_log(kAlertLog));
 }
 
 }  // namespace sarvik

@@ -4,15 +4,18 @@
 
 #include "alert/alert_thread.h"
 #include "protocol/request_data.h"
+#include "seal/sealer.h"
 #include "settings/config_xml.h"
 
 namespace sarvik {
 
 // Writes one access record, stamped with the service's clock, to the access log when the
 // settings enable it and log its share, and then tries it against the alert rules, also when
-// it could not be written (it is then dropped). A record that is not logged fires no rule.
-// Raises CXMLError for missing settings. Main thread only.
-void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThread& alerts);
+// it could not be written (it is then dropped). A record that is not logged fires no rule. The
+// lines of the access and the alert log are sealed when `sealer` seals. Raises CXMLError for
+// missing settings. Main thread only.
+void handle_access_log(const ReqAccessLog& request, ConfigXml& config, AlertThread& alerts,
+                       Sealer& sealer);
 
 }  // namespace sarvik
 

@@ -18,6 +18,7 @@
 #include "protocol/connection.h"
 #include "protocol/request_data.h"
 #include "protocol/wire.h"
+#include "seal/sealer.h"
 #include "settings/config_xml.h"
 #include "support/fixed_paths.h"
 
@@ -25,21 +26,23 @@ namespace sarvik {
 
 namespace {
 
-// Loads the settings file and hands the notice limits it sets to the alert thread.
-void load_settings(ConfigXml& config, AlertThread& alerts) {
+// Loads the settings file and hands the notice limits it sets to the alert thread and its switch
+// of sealing to the sealer.
+void load_settings(ConfigXml& config, AlertThread& alerts, Sealer& sealer) {
   config.reload();
   alerts.set_notice_limits(config.hardening.notice);
+  sealer.apply(config.hardening.seal);
 }
 
 // Applies a SIGHUP that came since the last connection. The flag is cleared first, so a reload
 // that fails is not tried again before the next SIGHUP.
-void reload_if_requested(ConfigXml& config, AlertThread& alerts) {
+void reload_if_requested(ConfigXml& config, AlertThread& alerts, Sealer& sealer) {
   if (!reload_requested) return;
   // No line end and no flush, as sarvik(8) documents it: the text shows in front of the next
   // message, which tells how the reload went.
   std::cout << "Reload config";
   reload_requested = 0;
-  load_settings(config, alerts);
+  load_settings(config, alerts, sealer);
 }
 
 // Reads the request of `client`, within the settings' client time limit when there is one, which
@@ -57,7 +60,7 @@ void read_request(Connection& client, const ConfigXml& config,
 
 // Reads one request from `client` and hands it to the handler of its kind. Returns false when
 // the request had no payload and gets no answer.
-bool dispatch(Connection& client, ConfigXml& config, AlertThread& alerts,
+bool dispatch(Connection& client, ConfigXml& config, AlertThread& alerts, Sealer& sealer,
               std::chrono::steady_clock::time_point accepted) {
   RequestData request;
   read_request(client, config, accepted, request);
@@ -68,12 +71,12 @@ bool dispatch(Connection& client, ConfigXml& config, AlertThread& alerts,
   switch (request.type()) {
     case kAccessLogType: {
       std::cout << "access log request received.\n";
-      handle_access_log(ReqAccessLog(request), config, alerts);
+      handle_access_log(ReqAccessLog(request), config, alerts, sealer);
       break;
     }
     case kSystemLogType: {
       std::cout << "system log request received.\n";
-      handle_system_log(ReqSystemLog(request), config);
+      handle_system_log(ReqSystemLog(request), config, sealer);
       break;
     }
     default:
@@ -85,7 +88,7 @@ bool dispatch(Connection& client, ConfigXml& config, AlertThread& alerts,
 
 // Serves the next client of `listener`. Every failure of the request ends here: it is printed,
 // the connection is closed without an answer, and the service goes on.
-void serve_next(Connection& listener, ConfigXml& config, AlertThread& alerts,
+void serve_next(Connection& listener, ConfigXml& config, AlertThread& alerts, Sealer& sealer,
                 AcceptBackoff& backoff) {
   try {
     int fd = listener.accept_client();
@@ -101,13 +104,13 @@ void serve_next(Connection& listener, ConfigXml& config, AlertThread& alerts,
     // Wrapped before a pending reload, so that a reload that fails still closes the connection:
     // the client gets end of stream and no descriptor is left behind.
     Connection client(fd);
-    reload_if_requested(config, alerts);
+    reload_if_requested(config, alerts, sealer);
     // The zone is looked at again once per request (tzset costs one stat of /etc/localtime
     // while it is unchanged), so that a zone the administrator changes applies from the next
     // record on. Every conversion of the request (localtime_r, mktime) then uses that zone; the
     // alert thread converts no time.
     tzset();
-    if (!dispatch(client, config, alerts, accepted)) return;
+    if (!dispatch(client, config, alerts, sealer, accepted)) return;
     client.write_packet(ResultData(kResultOk));  // result ignored: the client may have left
   } catch (...) {
     report_current_exception();
@@ -122,13 +125,14 @@ void server_main() {
   AlertThread alerts(
       alert_thread,
       appliance_notice_paths());  // not started: nothing is delivered before the settings
+  Sealer sealer(paths::kSealDir, std::cerr, std::cout);
   // A service that cannot read its settings ends here and never appears on its socket; the
   // worker that was never started is destroyed without a join.
-  load_settings(config, alerts);
+  load_settings(config, alerts, sealer);
   // Result not looked at: without the thread the service goes on, and hits wait undelivered.
   alerts.start();
   AcceptBackoff backoff;
-  for (;;) serve_next(listener, config, alerts, backoff);
+  for (;;) serve_next(listener, config, alerts, sealer, backoff);
 }
 
 }  // namespace sarvik

@@ -11,7 +11,7 @@
 
 namespace sarvik {
 
-void handle_system_log(const ReqSystemLog& request, ConfigXml& config) {
+void handle_system_log(const ReqSystemLog& request, ConfigXml& config, Sealer& sealer) {
   // Lives for the whole process and only in memory: a restart loses what waits here.
   static std::list<SystemRecord> pending_system_records;
 
@@ -19,6 +19,7 @@ void handle_system_log(const ReqSystemLog& request, ConfigXml& config) {
   SystemRecord record = system_record(request);
   LogFile log = make_log_file(kSystemLog, config.get_share_path(), paths::kStateDir);
   log.auto_delete = config.GetAutoDelete(kSystemLogExpiry);
+  log.sealer = sealer.for_log(kSystemLog);
 
   pending_system_records.push_back(std::move(record));
   bool all_written = true;

@@ -1,5 +1,6 @@
 // One log on disk: deleting old files while the volume is short of space.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -35,10 +36,14 @@ void LogFile::expire_month_dir(time_t when, int root_fd, const std::string& dir)
                   DirEntryIterator::DefaultIgnoreList());
   for (const dirent& entry : month) {
     if (!is_log_name(entry.d_name) || !is_expired(when, entry.d_name)) continue;
-    if (!is_regular_entry(month.descriptor(), entry.d_name)) continue;
+    struct stat status;
+    if (!is_regular_entry(month.descriptor(), entry.d_name, &status)) continue;
     // Failure ignored: an entry that vanished or cannot go is passed over. Should a link replace
     // the file after the test, unlinkat removes the link itself and never what it points to.
-    unlinkat(month.descriptor(), entry.d_name, 0);
+    if (unlinkat(month.descriptor(), entry.d_name, 0) != 0) continue;
+    if (sealer != nullptr) {
+      sealer->file_expired(ExpiredFile{dir, entry.d_name, status.st_dev, status.st_ino});
+    }
   }
 }
 

@@ -35,7 +35,19 @@ int LogFile::write_line(time_t when, const std::string& line) {
   *this << line << kLineEnd << std::flush;
   ++line_count;
   save_info();
+  if (sealer != nullptr) tell_sealer(line);
   return 0;
+}
+
+// A write that failed leaves the end of the file unknown: that line and the later ones of this
+// object are not told, and the sealer learns where the file stands from the next object's open.
+void LogFile::tell_sealer(const std::string& line) {
+  if (fail()) end_known = false;
+  if (!end_known) return;
+  const uint64_t offset = open_end;
+  open_end += line.size() + sizeof kLineEnd - 1;
+  sealer->line_written(WrittenLine{log_root, open_month, file_name, open_device, open_inode, offset,
+                                   opened_empty, line});
 }
 
 // Read failures are ignored: a missing number leaves the count at 0, an empty file the name empty.
@@ -62,8 +74,8 @@ bool LogFile::open_appending(const std::string& month_dir, const std::string& na
   if (!root.valid()) return false;
   ScopedFd month(open_directory_at(root.get(), month_dir, /*create=*/true, kDirMode));
   if (!month.valid()) return false;
-  off_t size = 0;
-  int fd = open_log_file_at(month.get(), name, kFileMode, &size);
+  struct stat opened_status;
+  int fd = open_log_file_at(month.get(), name, kFileMode, &opened_status);
   if (fd < 0) return false;
   __gnu_cxx::stdio_filebuf<char> opened(fd, std::ios::out | std::ios::app);
   if (!opened.is_open()) {
@@ -72,8 +84,17 @@ bool LogFile::open_appending(const std::string& month_dir, const std::string& na
   }
   rdbuf()->swap(opened);
   clear();
+  open_month = month_dir;
+  open_device = opened_status.st_dev;
+  open_inode = opened_status.st_ino;
+  open_end = static_cast<uint64_t>(opened_status.st_size);
+  opened_empty = opened_status.st_size == 0;
+  end_known = true;
   // The size at the open tells an empty file, which gets the byte-order mark.
-  if (size == 0) *this << kByteOrderMark << std::flush;
+  if (opened_empty) {
+    *this << kByteOrderMark << std::flush;
+    open_end += sizeof kByteOrderMark - 1;
+  }
   return true;
 }
 

@@ -10,6 +10,7 @@
 
 #include "logstore/auto_delete.h"
 #include "logstore/free_space.h"
+#include "logstore/line_sealer.h"
 
 namespace sarvik {
 
@@ -43,6 +44,7 @@ class LogFile : public std::basic_ofstream<char> {
   void load_info();
   void save_info();
   bool open_appending(const std::string& month_dir, const std::string& name);
+  void tell_sealer(const std::string& line);
 
   // Rotation (log_rotation.cc).
   void roll(time_t when);
@@ -64,6 +66,14 @@ class LogFile : public std::basic_ofstream<char> {
   std::string file_name;  // the current file's name, without directory
   int32_t line_count;     // lines in the current file
 
+  // The open file as the sealer needs to know it.
+  std::string open_month;  // its month directory
+  dev_t open_device = 0;
+  ino_t open_inode = 0;
+  uint64_t open_end = 0;      // its size at the open, grown by every line written since
+  bool end_known = false;     // false after a write that failed
+  bool opened_empty = false;  // it was empty at the open
+
  public:
   // The expiry settings; assigned by the caller before the first write_line. All zero (off) by
   // default, which is how the alert log keeps all its files.
@@ -71,6 +81,9 @@ class LogFile : public std::basic_ofstream<char> {
   // How the expiry pass learns the free space of the volume; the service keeps the default, a
   // test may give a volume of any fullness.
   FreeSpaceProbe free_space = volume_free_percent;
+  // Told of every line written and every file expired, to seal them; null (the default) when
+  // the lines are not sealed. Must outlive the object.
+  LineSealer* sealer = nullptr;
 };
 
 }  // namespace sarvik

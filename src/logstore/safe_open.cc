@@ -23,9 +23,8 @@ int refuse(int fd, int why) {
   return -1;
 }
 
-bool entry_has_type(int dir_fd, const char* name, mode_t type) {
-  struct stat st;
-  return fstatat(dir_fd, name, &st, AT_SYMLINK_NOFOLLOW) == 0 && (st.st_mode & S_IFMT) == type;
+bool entry_has_type(int dir_fd, const char* name, mode_t type, struct stat* st) {
+  return fstatat(dir_fd, name, st, AT_SYMLINK_NOFOLLOW) == 0 && (st->st_mode & S_IFMT) == type;
 }
 
 }  // namespace
@@ -53,25 +52,24 @@ int open_directory_at(int at_fd, const std::string& name, bool create, mode_t mo
   return fd;
 }
 
-int open_log_file_at(int dir_fd, const std::string& name, mode_t mode, off_t* size) {
+int open_log_file_at(int dir_fd, const std::string& name, mode_t mode, struct stat* status) {
   int fd = openat(dir_fd, name.c_str(), kLogFileFlags, mode);
   if (fd < 0) return -1;
-  struct stat st;
-  if (fstat(fd, &st) != 0) return refuse(fd, errno);
-  if (!S_ISREG(st.st_mode) || st.st_nlink > 1) return refuse(fd, EINVAL);
+  if (fstat(fd, status) != 0) return refuse(fd, errno);
+  if (!S_ISREG(status->st_mode) || status->st_nlink > 1) return refuse(fd, EINVAL);
   // Only a file of another mode is changed, which saves a call per line in the usual case and
   // gives the same file. Failure ignored: a file with a narrower mode still takes lines.
-  if ((st.st_mode & kPermissionBits) != mode) fchmod(fd, mode);
-  *size = st.st_size;
+  if ((status->st_mode & kPermissionBits) != mode) fchmod(fd, mode);
   return fd;
 }
 
 bool is_directory_entry(int dir_fd, const char* name) {
-  return entry_has_type(dir_fd, name, S_IFDIR);
+  struct stat st;
+  return entry_has_type(dir_fd, name, S_IFDIR, &st);
 }
 
-bool is_regular_entry(int dir_fd, const char* name) {
-  return entry_has_type(dir_fd, name, S_IFREG);
+bool is_regular_entry(int dir_fd, const char* name, struct stat* status) {
+  return entry_has_type(dir_fd, name, S_IFREG, status);
 }
 
 }  // namespace sarvik

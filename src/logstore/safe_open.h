@@ -2,6 +2,7 @@
 #ifndef SARVIK_LOGSTORE_SAFE_OPEN_H_
 #define SARVIK_LOGSTORE_SAFE_OPEN_H_
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <string>
@@ -37,13 +38,14 @@ int open_directory_at(int at_fd, const std::string& name, bool create, mode_t mo
 // nothing that could block: a link, anything but a regular file (a FIFO is opened without
 // waiting for a peer and let go at once), and a file with more than one hard link, through which
 // a planted link would let the service append to a file elsewhere. A file of another mode gets
-// `mode`. `size` receives the file's size at the open. Returns the descriptor (close-on-exec).
-int open_log_file_at(int dir_fd, const std::string& name, mode_t mode, off_t* size);
+// `mode`. `status` receives the file's status at the open (its size and identity). Returns the
+// descriptor (close-on-exec).
+int open_log_file_at(int dir_fd, const std::string& name, mode_t mode, struct stat* status);
 
 // Whether the entry `name` of the open directory `dir_fd` is itself (not through a link) a
-// directory, or a regular file.
+// directory, or a regular file; `status` receives the regular file's status.
 bool is_directory_entry(int dir_fd, const char* name);
-bool is_regular_entry(int dir_fd, const char* name);
+bool is_regular_entry(int dir_fd, const char* name, struct stat* status);
 
 }  // namespace sarvik
 

@@ -34,6 +34,11 @@ Span month_span(const std::string& digits) {
 
 }  // namespace
 
+bool month_overlaps(const std::string& month, const TimeRange& range) {
+  Span month_lines = month_span(month);
+  return month_lines.last >= range.first_second() && month_lines.first <= range.last_second();
+}
+
 LogTree::LogTree(const std::string& root, const LogKind& kind)
     : root(root), kind(kind), ordered(std::string(kind.subdir) != kSystemLog.subdir) {}
 
@@ -128,8 +133,8 @@ std::vector<LogFileEntry> LogTree::files(const TimeRange& range, Problems& probl
   std::vector<LogFileEntry> found;
   const int64_t first = range.first_second(), last = range.last_second();
   for (const std::string& month : months(problems)) {
+    if (!month_overlaps(month, range)) continue;
     Span month_lines = month_span(month);
-    if (month_lines.last < first || month_lines.first > last) continue;
     std::vector<std::string> names = files_of_month(month, problems);
 
     // The time of each file's first line, from its name, where the name carries a full stamp

@@ -18,6 +18,9 @@ namespace sarvik::query {
 // UTC+14 to UTC-12). Daylight saving steps back one hour at most.
 inline constexpr int64_t kOrderSlack = int64_t{26} * 3600;
 
+// Whether the month directory named by `month` (its six digits) can hold lines inside `range`.
+bool month_overlaps(const std::string& month, const TimeRange& range);
+
 // One log file to read, named by its month directory and its name.
 struct LogFileEntry {
   std::string month;

@@ -23,6 +23,7 @@ Hardening read_hardening(Vexil::CDOMElement root) {
   limits.notice.reply_bytes = static_cast<size_t>(positive_number(root, keys::kScriptReplyLimit));
   limits.notice.lock_seconds = positive_number(root, keys::kLockTimeout);
   limits.notice.safe_text = XmlData::GetEnable(root, keys::kSafeText, keys::kEnable);
+  limits.seal = XmlData::GetEnable(root, keys::kSeal, keys::kEnable);
   return limits;
 }
 

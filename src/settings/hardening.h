@@ -21,10 +21,12 @@ struct NoticeLimits {
 struct Hardening {
   int client_seconds = 0;  // time for a client's whole request, counted from its accept
   NoticeLimits notice;
+  bool seal = false;  // every line written is sealed in the sealing state
 };
 
 // Reads the element "hardening" below `root`. A child that is missing, whose text is not a
-// number or not above 0, leaves its limit off; "safetext" is on only with enable="true". Raises
+// number or not above 0, leaves its limit off; "safetext" and "seal" are on only with
+// enable="true". Raises
 // nothing: a settings file without the element gives all limits off.
 Hardening read_hardening(Vexil::CDOMElement root);
 

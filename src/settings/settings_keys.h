@@ -22,6 +22,7 @@ inline constexpr char kScriptTimeout[] = "hardening/scripttimeout";
 inline constexpr char kScriptReplyLimit[] = "hardening/scriptreplylimit";
 inline constexpr char kLockTimeout[] = "hardening/locktimeout";
 inline constexpr char kSafeText[] = "hardening/safetext";
+inline constexpr char kSeal[] = "hardening/seal";
 
 // Keys below one "alert" element.
 inline constexpr char kAlertName[] = "name";

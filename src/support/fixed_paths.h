@@ -13,6 +13,8 @@ inline constexpr char kNoticeSettings[] = "/mnt/data/xmlconf/config-notice.xml";
 inline constexpr char kNoticeSettingsLock[] = "/var/lock/config-notice.xml.lock";
 // Directory of the logs' state files (current file name and line count).
 inline constexpr char kStateDir[] = "/mnt/data/conf/sarvik";
+// The sealing state below it, root's alone: the evolving keys and the seals of the lines.
+inline constexpr char kSealDir[] = "/mnt/data/conf/sarvik/seal";
 // The appliance's notification scripts: XML request on stdin, XML reply on stdout.
 inline constexpr char kEventLogScript[] = "/mnt/data/bin/orl_eventlog.py";
 inline constexpr char kBuzzerScript[] = "/mnt/data/bin/orl_buzzer.py";

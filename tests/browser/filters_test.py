@@ -128,10 +128,14 @@ class Filters(ConsoleTest):
             self.browser.driver.find_element(By.ID, "export-" + form).click()
             deadline = time.monotonic() + 15
             while True:
-                # Chromium writes a download under a hidden or .crdownload name first.
-                done = [name for name in set(os.listdir(self.browser.downloads)) - before
+                # Chromium writes a download under a hidden or .crdownload name, with an empty
+                # file of the final name beside it, and renames it over that file at the end.
+                new = set(os.listdir(self.browser.downloads)) - before
+                done = [name for name in new
                         if not name.startswith(".") and not name.endswith(".crdownload")]
-                if done:
+                writing = [name for name in new
+                           if name.startswith(".") or name.endswith(".crdownload")]
+                if done and not writing:
                     break
                 self.assertLess(time.monotonic(), deadline, "no %s download" % form)
                 time.sleep(0.1)

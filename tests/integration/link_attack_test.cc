@@ -83,8 +83,7 @@ class LinkAttack : public FaultTest {
 
   // Runs `script` with sh as the unprivileged user nobody, and expects it to succeed.
   static void as_nobody(const std::string& script) {
-    CommandResult result = run_command({"/usr/bin/setpriv", "--reuid=nobody", "--regid=nogroup",
-                                        "--clear-groups", "/bin/sh", "-ec", script});
+    CommandResult result = run_as_nobody(script);
     ASSERT_EQ(result.status, 0) << script << "\n" << result.err;
   }
 

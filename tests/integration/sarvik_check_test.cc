@@ -10,6 +10,7 @@
 #include "testing/file_text.h"
 #include "testing/fresh_volumes.h"
 #include "testing/temp_dir.h"
+#include "testing/text_count.h"
 
 namespace sarvik::testing {
 
@@ -569,9 +570,23 @@ TEST_F(CheckFiles, FindingsOfOneLineKeepTheirOrderAndFilesFollowEachOther) {
                             "sarvik-check: 0 errors, 3 warnings\n");
 }
 
-TEST_F(CheckFiles, SampleSettingsAreClean) {
-  CommandResult result = check({"--settings", SARVIK_SAMPLE_SETTINGS, "--notice", notice});
-  EXPECT_EQ(result.out, "sarvik-check: 0 errors, 0 warnings\n");
+// The sample seals, so its key must be set up: this one runs in a namespace of its own.
+TEST(SarvikCheck, SampleSettingsAreCleanOnceTheSealingKeyIsSetUp) {
+  SARVIK_REQUIRE_FRESH_VOLUMES();
+  make_dirs("/mnt/data/conf/sarvik/seal");
+  write_file("/mnt/data/conf/sarvik/seal/key", "k", 0600);
+  TempDir dir;
+  write_file(dir / "notice.xml", notice_xml({kGoodProfile}));
+  CommandResult result =
+      check({"--settings", SARVIK_SAMPLE_SETTINGS, "--notice", dir / "notice.xml"});
+  const std::string sample = SARVIK_SAMPLE_SETTINGS;
+  const size_t seal_line =
+      count_of(read_file(sample).substr(0, read_file(sample).find("<seal ")), "\n") + 1;
+  EXPECT_EQ(result.out, sample + ":" + std::to_string(seal_line) +
+                            ": note: 'hardening/seal' is on: the service seals every line it "
+                            "writes in /mnt/data/conf/sarvik/seal, and 'sarvik-log --verify' "
+                            "tells which lines were changed, dropped or forged since\n"
+                            "sarvik-check: 0 errors, 0 warnings\n");
   EXPECT_EQ(result.status, 0);
 }
 
@@ -670,6 +685,62 @@ TEST(SarvikCheck, DefaultsAreTheServicesFilesAndTheNoticeLock) {
   EXPECT_EQ(result.out, "sarvik-check: 0 errors, 0 warnings\n");
   EXPECT_EQ(result.status, 0);
   EXPECT_TRUE(exists(paths::kNoticeSettingsLock));  // read under the appliance's lock
+}
+
+// Sealing is looked at where the service looks for its key, so these run in a namespace of their
+// own.
+class CheckSealing : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    SARVIK_REQUIRE_FRESH_VOLUMES();
+    make_dirs("/mnt/data/xmlconf");
+    write_file(paths::kNoticeSettings, notice_xml({kGoodProfile}));
+  }
+
+  static CommandResult check_with_seal(const std::string& seal) {
+    SettingsText settings;
+    settings.hardening =
+        "<hardening><clienttimeout>5</clienttimeout><scripttimeout>300"
+        "</scripttimeout><scriptreplylimit>1048576</scriptreplylimit>"
+        "<locktimeout>30</locktimeout><safetext enable=\"true\"/>" +
+        seal + "</hardening>";
+    write_file(paths::kSettings, settings.to_xml());
+    return check({});
+  }
+};
+
+TEST_F(CheckSealing, SealingOnWithoutAKeyIsAWarning) {
+  CommandResult result = check_with_seal("<seal enable=\"true\"/>");
+  EXPECT_EQ(result.out, std::string(paths::kSettings) +
+                            ":8: warning: 'hardening/seal' is on, but there is no sealing key in "
+                            "/mnt/data/conf/sarvik/seal: lines are written unsealed until "
+                            "'sarvik-log --setup-keys' makes one and the service reloads\n"
+                            "sarvik-check: 0 errors, 1 warning\n");
+  EXPECT_EQ(result.status, 1);
+}
+
+TEST_F(CheckSealing, SealingOnWithAKeyIsExplained) {
+  make_dirs("/mnt/data/conf/sarvik/seal");
+  write_file("/mnt/data/conf/sarvik/seal/key", "k", 0600);
+  CommandResult result = check_with_seal("<seal enable=\"true\"/>");
+  EXPECT_EQ(result.out, std::string(paths::kSettings) +
+                            ":8: note: 'hardening/seal' is on: the service seals every line it "
+                            "writes in /mnt/data/conf/sarvik/seal, and 'sarvik-log --verify' "
+                            "tells which lines were changed, dropped or forged since\n"
+                            "sarvik-check: 0 errors, 0 warnings\n");
+  EXPECT_EQ(result.status, 0);
+}
+
+TEST_F(CheckSealing, SealingOffIsExplainedAndWithoutTheElementNothingIsSaid) {
+  for (const char* off : {"<seal/>", "<seal enable=\"false\"/>"}) {
+    CommandResult result = check_with_seal(off);
+    EXPECT_EQ(result.out, std::string(paths::kSettings) +
+                              ":8: note: 'hardening/seal' is off: the lines are not sealed, so "
+                              "nothing proves later which were changed\n"
+                              "sarvik-check: 0 errors, 0 warnings\n")
+        << off;
+  }
+  EXPECT_EQ(check_with_seal("").out, "sarvik-check: 0 errors, 0 warnings\n");
 }
 
 TEST(SarvikCheck, HelpGoesToStandardOutput) {

@@ -73,6 +73,11 @@ printf 'add_library(x x.cc)\ntarget_link_libraries(x PUBLIC sarvik_settings\n  s
 expect_rejected "a tool linking core" tools/CMakeLists.txt
 
 make_tree
+mkdir -p "$work/tree/src/logstore"
+echo '#include "seal/sealer.h"' >"$work/tree/src/logstore/f.cc"
+expect_rejected "the log storage including the sealing it tells of its lines" src/logstore/f.cc
+
+make_tree
 echo 'target_link_libraries(sarvik_settings PUBLIC sarvik_support sarvik_alert)' \
   >"$work/tree/src/settings/CMakeLists.txt"
 expect_rejected "settings linking alert" src/settings/CMakeLists.txt

@@ -1,6 +1,10 @@
 // Checking the optional limits of the service's settings.
 #include "check/hardening_check.h"
 
+#include <errno.h>
+#include <string.h>
+#include <sys/stat.h>
+
 #include <string>
 
 #include "check/xml_lookup.h"
@@ -41,6 +45,33 @@ void check_hardening(const Vexil::CDOMElement& root, FileDiagnostics& out) {
                                  ? std::string("'") + limit.xpath + "' is not enabled: "
                                  : std::string("'") + limit.xpath + "' sets no limit: ";
     out.warning(nearest_line(root, limit.xpath), what + limit.open_without);
+  }
+}
+
+void check_sealing(const Vexil::CDOMElement& root, const std::string& seal_dir,
+                   FileDiagnostics& out) {
+  if (!find_element(root, keys::kSeal)) return;
+  const int line = nearest_line(root, keys::kSeal);
+  const std::string seal = std::string("'") + keys::kSeal + "'";
+  if (!read_hardening(root).seal) {
+    out.note(line, seal +
+                       " is off: the lines are not sealed, so nothing proves later which "
+                       "were changed");
+    return;
+  }
+  // The key file by the name the service opens; only root can look into the state.
+  struct stat status;
+  if (lstat((seal_dir + "/key").c_str(), &status) == 0) {
+    out.note(line, seal + " is on: the service seals every line it writes in " + seal_dir +
+                       ", and 'sarvik-log --verify' tells which lines were changed, dropped or "
+                       "forged since");
+  } else if (errno == ENOENT) {
+    out.warning(line, seal + " is on, but there is no sealing key in " + seal_dir +
+                          ": lines are written unsealed until 'sarvik-log --setup-keys' makes "
+                          "one and the service reloads");
+  } else {
+    out.note(line, seal + " is on; whether its key is set up in " + seal_dir +
+                       " cannot be seen here (" + strerror(errno) + "): run sarvik-check as root");
   }
 }
 

@@ -12,6 +12,7 @@
 #include "check/xml_lookup.h"
 #include "settings/config_xml.h"
 #include "settings/settings_keys.h"
+#include "support/fixed_paths.h"
 
 namespace sarvik::check {
 
@@ -122,6 +123,7 @@ void check_settings(FileDiagnostics& out) {
   check_shares(config, out);
   check_rules(config, out);
   check_hardening(root, out);
+  check_sealing(root, paths::kSealDir, out);
 }
 
 }  // namespace sarvik::check

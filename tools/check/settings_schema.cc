@@ -83,6 +83,7 @@ Schema build_settings_schema() {
     enter_text(schema, limit, TextKind::kNumber);
   }
   enter_attribute(schema, keys::kSafeText, keys::kEnable, AttributeKind::kSwitch);
+  enter_attribute(schema, keys::kSeal, keys::kEnable, AttributeKind::kSwitch);
   enter_alert(schema);
   return schema;
 }

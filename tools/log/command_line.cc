@@ -23,12 +23,12 @@ const char kDescription[] =
 
 const char kFooter[] =
     "Times are local: YYYY-MM-DD, 'YYYY-MM-DD hh:mm[:ss]', 'YYYY/MM/DD hh:mm:ss', today,\n"
-    "yesterday, -30m, -2h, -7d. Exit status: 0 a line matched, 1 none, 2 an error.\n"
-    "See sarvik-log(1).";
+    "yesterday, -30m, -2h, -7d. Exit status: 0 a line matched, 1 none, 2 an error; with\n"
+    "--verify: 0 all verified, 1 a finding, 2 an error. See sarvik-log(1).";
 
 }  // namespace
 
-int parse_query_options(int argc, char** argv, QueryOptions* o) {
+int parse_query_options(int argc, char** argv, QueryOptions* o, verify::VerifyCommand* command) {
   CLI::App app(kDescription, "sarvik-log");
   app.footer(kFooter);
   o->settings = paths::kSettings;
@@ -73,17 +73,20 @@ int parse_query_options(int argc, char** argv, QueryOptions* o) {
   app.add_flag("--index", o->build_index,
                "build the block indexes of the closed files of every log, then exit");
   app.add_flag("--no-index", o->no_index, "answer by scanning the files alone, without indexes");
+  verify::add_verify_options(app, command);
+  std::string error;
   try {
     app.parse(argc, argv);
+    if (verify::check_verify_options(app, *o, command, &error)) return -1;
   } catch (const CLI::CallForHelp&) {
     std::cout << app.help();
     return 0;
-  } catch (const CLI::ParseError& error) {
-    std::cerr << "sarvik-log: " << query::display_text(error.what())
-              << "\nsarvik-log: see sarvik-log --help\n";
-    return kTrouble;
+  } catch (const CLI::ParseError& parse_error) {
+    error = parse_error.what();
   }
-  return -1;
+  std::cerr << "sarvik-log: " << query::display_text(error)
+            << "\nsarvik-log: see sarvik-log --help\n";
+  return kTrouble;
 }
 
 }  // namespace sarvik::log_tool

@@ -40,4 +40,9 @@ CommandResult run_command(const std::vector<std::string>& argv, const std::strin
                        read_file(err_path)};
 }
 
+CommandResult run_as_nobody(const std::string& script) {
+  return run_command({"/usr/bin/setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups",
+                      "/bin/sh", "-ec", script});
+}
+
 }  // namespace sarvik::testing

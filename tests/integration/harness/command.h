@@ -17,6 +17,9 @@ struct CommandResult {
 // collects its two streams.
 CommandResult run_command(const std::vector<std::string>& argv, const std::string& input = "");
 
+// Runs `script` with sh -e as the unprivileged user nobody, in the group nogroup and no other.
+CommandResult run_as_nobody(const std::string& script);
+
 }  // namespace sarvik::testing
 
 #endif  // SARVIK_TESTS_INTEGRATION_HARNESS_COMMAND_H_

@@ -64,7 +64,7 @@ class EvaluateAlerts : public ::testing::Test {
   void evaluate(const std::string& share = "docs", time_t when = kWhen,
                 const std::string& result = "ok") {
     const AccessFields fields{"alice", "pc1", "192.0.2.7", "open_read", result, share, "a.txt"};
-    evaluate_alerts(when, fields, kLine, config, alerts, state_dir);
+    evaluate_alerts(when, fields, kLine, config, alerts, state_dir, /*sealer=*/nullptr);
   }
   // The lines of the alert log, each with its CR LF.
   std::string alert_log() {

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 #include <limits.h>
-#include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,6 +10,7 @@
 #include <string>
 
 #include "logstore/directory.h"
+#include "testing/file_size_limit.h"
 #include "testing/file_text.h"
 #include "testing/temp_dir.h"
 #include "testing/time_zone.h"
@@ -21,6 +20,7 @@ namespace {
 
 using ::sarvik::testing::exists;
 using ::sarvik::testing::file_mode;
+using ::sarvik::testing::FileSizeLimit;
 using ::sarvik::testing::list_dir;
 using ::sarvik::testing::make_dirs;
 using ::sarvik::testing::read_file;
@@ -174,29 +174,6 @@ TEST_F(LogFileWriter, OtherLogsKeepTheirOwnFilesAndStateFiles) {
   EXPECT_EQ(read_file(state + "/access_info"), "access_20170304123456.csv\n1\n");
   EXPECT_FALSE(exists(state + "/system_info"));
 }
-
-// The process may write no file beyond `bytes` while the object lives; a write past it fails
-// with EFBIG instead of raising SIGXFSZ, as a write to a full volume fails with ENOSPC.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) {
-    getrlimit(RLIMIT_FSIZE, &saved);
-    old_handler = signal(SIGXFSZ, SIG_IGN);
-    rlimit limited = saved;
-    limited.rlim_cur = bytes;
-    setrlimit(RLIMIT_FSIZE, &limited);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &saved);
-    signal(SIGXFSZ, old_handler);
-  }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
- private:
-  rlimit saved{};
-  sighandler_t old_handler;
-};
 
 // When the volume takes no more, the write fails unnoticed: the line still counts and the
 // result is 0.

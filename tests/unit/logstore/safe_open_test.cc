@@ -23,6 +23,13 @@ using ::sarvik::testing::read_file;
 using ::sarvik::testing::TempDir;
 using ::sarvik::testing::write_file;
 
+// The inode of `path`, not following a link.
+ino_t testing_inode(const std::string& path) {
+  struct stat status = {};
+  EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
+  return status.st_ino;
+}
+
 class SafeOpen : public ::testing::Test {
  protected:
   SafeOpen() : dir_fd(open(tmp.path().c_str(), O_RDONLY | O_DIRECTORY)) {}
@@ -74,23 +81,24 @@ TEST_F(SafeOpen, WholePathIsOpenedWithItsLastComponentHeldToTheRules) {
   EXPECT_EQ(open_directory_at(AT_FDCWD, tmp / "link", /*create=*/false, 0), -1);
 }
 
-TEST_F(SafeOpen, CreatesALogFileWithItsModeAndTellsItsSize) {
+TEST_F(SafeOpen, CreatesALogFileWithItsModeAndTellsItsSizeAndIdentity) {
   mode_t previous = umask(077);
-  off_t size = -1;
-  ScopedFd fd(open_log_file_at(dir_fd, "a.csv", 0666, &size));
+  struct stat status = {};
+  ScopedFd fd(open_log_file_at(dir_fd, "a.csv", 0666, &status));
   umask(previous);
   ASSERT_TRUE(fd.valid());
-  EXPECT_EQ(size, 0);
+  EXPECT_EQ(status.st_size, 0);
+  EXPECT_EQ(status.st_ino, testing_inode(tmp / "a.csv"));
   EXPECT_EQ(file_mode(tmp / "a.csv"), 0666);
   ASSERT_EQ(write(fd.get(), "x", 1), 1);
 }
 
 TEST_F(SafeOpen, AppendsToAnExistingFileAndSetsItsMode) {
   write_file(tmp / "a.csv", "abc", 0600);
-  off_t size = -1;
-  ScopedFd fd(open_log_file_at(dir_fd, "a.csv", 0666, &size));
+  struct stat status = {};
+  ScopedFd fd(open_log_file_at(dir_fd, "a.csv", 0666, &status));
   ASSERT_TRUE(fd.valid());
-  EXPECT_EQ(size, 3);
+  EXPECT_EQ(status.st_size, 3);
   EXPECT_EQ(file_mode(tmp / "a.csv"), 0666);
   ASSERT_EQ(write(fd.get(), "d", 1), 1);
   EXPECT_EQ(read_file(tmp / "a.csv"), "abcd");
@@ -100,10 +108,10 @@ TEST_F(SafeOpen, LinkAtTheLogFileIsRefusedWithoutTouchingItsTarget) {
   write_file(tmp / "secret", "s", 0600);
   ASSERT_EQ(symlink((tmp / "secret").c_str(), (tmp / "a.csv").c_str()), 0);
   ASSERT_EQ(symlink((tmp / "new").c_str(), (tmp / "b.csv").c_str()), 0);
-  off_t size = -1;
-  EXPECT_EQ(open_log_file_at(dir_fd, "a.csv", 0666, &size), -1);
+  struct stat status = {};
+  EXPECT_EQ(open_log_file_at(dir_fd, "a.csv", 0666, &status), -1);
   EXPECT_EQ(errno, ELOOP);
-  EXPECT_EQ(open_log_file_at(dir_fd, "b.csv", 0666, &size), -1);
+  EXPECT_EQ(open_log_file_at(dir_fd, "b.csv", 0666, &status), -1);
   EXPECT_EQ(file_mode(tmp / "secret"), 0600);
   EXPECT_EQ(read_file(tmp / "secret"), "s");
   EXPECT_FALSE(exists(tmp / "new"));
@@ -111,21 +119,21 @@ TEST_F(SafeOpen, LinkAtTheLogFileIsRefusedWithoutTouchingItsTarget) {
 
 TEST_F(SafeOpen, FifoAtTheLogFileIsRefusedAtOnce) {
   ASSERT_EQ(mkfifo((tmp / "a.csv").c_str(), 0666), 0);
-  off_t size = -1;
-  EXPECT_EQ(open_log_file_at(dir_fd, "a.csv", 0666, &size), -1);
+  struct stat status = {};
+  EXPECT_EQ(open_log_file_at(dir_fd, "a.csv", 0666, &status), -1);
 }
 
 TEST_F(SafeOpen, DirectoryAtTheLogFileIsRefused) {
   make_dirs(tmp / "a.csv");
-  off_t size = -1;
-  EXPECT_EQ(open_log_file_at(dir_fd, "a.csv", 0666, &size), -1);
+  struct stat status = {};
+  EXPECT_EQ(open_log_file_at(dir_fd, "a.csv", 0666, &status), -1);
 }
 
 TEST_F(SafeOpen, FileWithASecondHardLinkIsRefusedAndKeepsItsMode) {
   write_file(tmp / "other", "o", 0600);
   ASSERT_EQ(link((tmp / "other").c_str(), (tmp / "a.csv").c_str()), 0);
-  off_t size = -1;
-  EXPECT_EQ(open_log_file_at(dir_fd, "a.csv", 0666, &size), -1);
+  struct stat status = {};
+  EXPECT_EQ(open_log_file_at(dir_fd, "a.csv", 0666, &status), -1);
   EXPECT_EQ(errno, EINVAL);
   EXPECT_EQ(file_mode(tmp / "other"), 0600);
   EXPECT_EQ(read_file(tmp / "other"), "o");
@@ -139,10 +147,12 @@ TEST_F(SafeOpen, EntryTypesAreTheEntriesOwnNotTheirTargets) {
   EXPECT_TRUE(is_directory_entry(dir_fd, "d"));
   EXPECT_FALSE(is_directory_entry(dir_fd, "ld"));
   EXPECT_FALSE(is_directory_entry(dir_fd, "f"));
-  EXPECT_TRUE(is_regular_entry(dir_fd, "f"));
-  EXPECT_FALSE(is_regular_entry(dir_fd, "lf"));
-  EXPECT_FALSE(is_regular_entry(dir_fd, "d"));
-  EXPECT_FALSE(is_regular_entry(dir_fd, "missing"));
+  struct stat status = {};
+  EXPECT_TRUE(is_regular_entry(dir_fd, "f", &status));
+  EXPECT_EQ(status.st_ino, testing_inode(tmp / "f"));
+  EXPECT_FALSE(is_regular_entry(dir_fd, "lf", &status));
+  EXPECT_FALSE(is_regular_entry(dir_fd, "d", &status));
+  EXPECT_FALSE(is_regular_entry(dir_fd, "missing", &status));
 }
 
 TEST(ScopedFd, ClosesItsDescriptorUnlessReleased) {

@@ -29,6 +29,7 @@ TEST(ReadHardening, WithoutTheElementEveryLimitIsOff) {
     EXPECT_EQ(limits.notice.reply_bytes, 0u) << body;
     EXPECT_EQ(limits.notice.lock_seconds, 0) << body;
     EXPECT_FALSE(limits.notice.safe_text) << body;
+    EXPECT_FALSE(limits.seal) << body;
   }
 }
 
@@ -57,6 +58,17 @@ TEST(ReadHardening, ANumberThatIsNotAboveZeroOrNoNumberLeavesTheLimitOff) {
 TEST(ReadHardening, SafeTextIsOnOnlyWithExactlyTrue) {
   EXPECT_FALSE(read_from("<hardening><safetext/></hardening>").notice.safe_text);
   EXPECT_FALSE(read_from("<hardening><safetext enable=\"TRUE\"/></hardening>").notice.safe_text);
+}
+
+TEST(ReadHardening, SealingIsOnOnlyWithExactlyTrue) {
+  EXPECT_TRUE(read_from("<hardening><seal enable=\"true\"/></hardening>").seal);
+  for (const char* value : {"TRUE", "yes", "1", ""}) {
+    EXPECT_FALSE(
+        read_from(std::string("<hardening><seal enable=\"") + value + "\"/></hardening>").seal)
+        << value;
+  }
+  EXPECT_FALSE(read_from("<hardening><seal/></hardening>").seal);
+  EXPECT_FALSE(read_from("<seal enable=\"true\"/>").seal);
 }
 
 }  // namespace
