@@ -1,5 +1,6 @@
 // e2e-load: sends records to the log keeper's socket, one connection per record, and reports the
 // rate, the latency and, given the server's pid, its processor time and memory per record.
+#include <dirent.h>
 #include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -14,7 +15,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -96,23 +96,22 @@ long run_client(const Options& options, long first, long last, float* latencies)
   return bad;
 }
 
-// utime + stime of all threads of `pid`, in clock ticks; -1 when it cannot be read.
-long long cpu_ticks(pid_t pid) {
-  std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-  std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
-  size_t paren = text.rfind(')');
-  if (paren == std::string::npos) return -1;
-  std::istringstream fields(text.substr(paren + 2));
-  std::string field;
-  long long utime = 0, stime = 0;
-  for (int index = 3; fields >> field; ++index) {  // field 3 is the state
-    if (index == 14) utime = std::stoll(field);
-    if (index == 15) {
-      stime = std::stoll(field);
-      return utime + stime;
-    }
+// The time all threads of `pid` ran on a processor, in nanoseconds, as the scheduler counts it
+// (/proc/PID/task/*/schedstat): exact, where utime and stime are sampled at clock ticks of 10 ms
+// and spread a difference of a microsecond per record over several; -1 when it cannot be read.
+long long cpu_ns(pid_t pid) {
+  const std::string tasks = "/proc/" + std::to_string(pid) + "/task";
+  DIR* dir = opendir(tasks.c_str());
+  if (dir == nullptr) return -1;
+  long long total = 0;
+  while (const dirent* entry = readdir(dir)) {
+    if (entry->d_name[0] == '.') continue;
+    std::ifstream schedstat(tasks + "/" + entry->d_name + "/schedstat");
+    long long ran = 0;
+    if (schedstat >> ran) total += ran;
   }
-  return -1;
+  closedir(dir);
+  return total;
 }
 
 // The sum of the lines of /proc/<pid>/<file> that begin with one of `keys` ("VmHWM:"-style
@@ -171,7 +170,7 @@ int main(int argc, char** argv) {
   auto* latencies = static_cast<float*>(shared);
   auto* bad = reinterpret_cast<long*>(latencies + options.records);
 
-  long long ticks_before = options.pid > 0 ? cpu_ticks(options.pid) : -1;
+  long long cpu_before = options.pid > 0 ? cpu_ns(options.pid) : -1;
   double start = now_us();
   std::vector<pid_t> children;
   for (int c = 0; c < options.clients; ++c) {
@@ -190,7 +189,7 @@ int main(int argc, char** argv) {
   }
   for (pid_t child : children) waitpid(child, nullptr, 0);
   double seconds = (now_us() - start) / 1e6;
-  long long ticks_after = options.pid > 0 ? cpu_ticks(options.pid) : -1;
+  long long cpu_after = options.pid > 0 ? cpu_ns(options.pid) : -1;
 
   long bad_total = 0;
   for (int c = 0; c < options.clients; ++c) bad_total += bad[c];
@@ -206,12 +205,11 @@ int main(int argc, char** argv) {
       options.records, options.clients, seconds, options.records / seconds, percentile(0.50),
       percentile(0.99), sorted.back(), bad_total);
   if (options.pid > 0) {
-    double us_per_tick = 1e6 / static_cast<double>(sysconf(_SC_CLK_TCK));
     // Private memory: the pages the server wrote (heap, stacks, data and relocations of its
     // libraries). The clean private pages are left out: they are library code that no other
     // process happens to map at the moment, so they come and go with the rest of the machine.
     printf(" cpu_us=%.2f hwm_kb=%ld rss_kb=%ld private_kb=%ld",
-           (ticks_after - ticks_before) * us_per_tick / options.records,
+           static_cast<double>(cpu_after - cpu_before) / 1e3 / static_cast<double>(options.records),
            proc_kb(options.pid, "status", {"VmHWM:"}), proc_kb(options.pid, "status", {"VmRSS:"}),
            proc_kb(options.pid, "smaps_rollup", {"Private_Dirty:"}));
   }

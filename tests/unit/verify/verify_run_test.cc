@@ -7,9 +7,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <sstream>
-#include <memory>
 #include <string>
 #include <vector>
 
