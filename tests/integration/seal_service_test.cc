@@ -15,7 +15,6 @@
 #include "harness/alert_rules.h"
 #include "harness/fault_fixture.h"
 #include "harness/records.h"
-#include "seal/journal_end.h"
 #include "seal/seal_crypto.h"
 #include "seal/seal_format.h"
 #include "seal/seal_paths.h"
@@ -23,6 +22,7 @@
 #include "support/fixed_paths.h"
 #include "testing/file_text.h"
 #include "testing/fresh_volumes.h"
+#include "testing/journal_text.h"
 #include "testing/text_count.h"
 
 namespace sarvik::testing {
@@ -33,20 +33,9 @@ const std::string kNoKey =
     "Error: sealing is on, but there is no sealing key in /mnt/data/conf/sarvik/seal: lines are "
     "written unsealed (sarvik-log --setup-keys makes one)\n";
 
-// The end of the records of the journal at `path`, `size` bytes long: a running sealer keeps
-// zero bytes ahead of them.
-size_t records_end(const std::string& path, size_t size) {
-  uint64_t end = 0;
-  int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  EXPECT_TRUE(fd >= 0 && journal_records_end(fd, size, &end)) << path;
-  if (fd >= 0) close(fd);
-  return static_cast<size_t>(end);
-}
-
 // The records of a journal, read as they stand.
 std::vector<SealRecord> journal_records(const std::string& journal) {
-  std::string bytes = read_file(kSealDir + "/" + journal);
-  bytes.resize(records_end(kSealDir + "/" + journal, bytes.size()));
+  const std::string bytes = journal_records_text(kSealDir + "/" + journal);
   std::vector<SealRecord> records;
   for (size_t at = 0; at < bytes.size();) {
     SealRecord record;

@@ -2,7 +2,6 @@
 // real logs write, how the chain goes on, and how it fails.
 #include "seal/sealer.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -13,12 +12,12 @@
 
 #include "logstore/log_file.h"
 #include "seal/existing_file.h"
-#include "seal/journal_end.h"
 #include "seal/seal_crypto.h"
 #include "seal/seal_paths.h"
 #include "seal/seal_setup.h"
 #include "testing/file_size_limit.h"
 #include "testing/file_text.h"
+#include "testing/journal_text.h"
 #include "testing/temp_dir.h"
 #include "testing/time_zone.h"
 
@@ -39,16 +38,6 @@ constexpr time_t kApril1st = 1491004800;  // 2017-04-01 00:00:00 UTC
 constexpr char kMarchFile[] = "201703/access_20170304123456.csv";
 constexpr int kAccessChain = 1;
 
-// The end of the records of the journal at `path`, `size` bytes long: a running sealer keeps
-// zero bytes ahead of them.
-size_t records_end(const std::string& path, size_t size) {
-  uint64_t end = 0;
-  int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  EXPECT_TRUE(fd >= 0 && journal_records_end(fd, size, &end)) << path;
-  if (fd >= 0) close(fd);
-  return static_cast<size_t>(end);
-}
-
 // The records of a journal, each checked against the chain that `key` derives.
 struct Journal {
   std::vector<SealRecord> records;
@@ -58,8 +47,7 @@ struct Journal {
 
 Journal read_journal(const std::string& path, const VerificationKey& key, int chain) {
   Journal journal;
-  std::string bytes = read_file(path);
-  bytes.resize(records_end(path, bytes.size()));
+  const std::string bytes = testing::journal_records_text(path);
   ChainKey chain_key = first_chain_key(key, chain);
   SealTag previous{};
   for (size_t at = 0; at < bytes.size();) {
