@@ -38,7 +38,7 @@ echo "--- dependencies"
 # The libraries found by dpkg-shlibdeps, among them those of sealing, and the named ones.
 depends=$(dpkg-deb -f "$deb" Depends)
 echo "Depends: $depends"
-for needed in libsodium23 libssl3 procps; do
+for needed in libsodium23 libnettle8 procps; do
   grep -qE "(^|, )$needed( |,|$)" <<<"$depends" || fail "the package does not depend on $needed"
 done
 

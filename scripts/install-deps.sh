@@ -11,7 +11,7 @@ set -euo pipefail
 packages=(
   g++ cmake ninja-build pkg-config dpkg-dev util-linux
   libxml++2.6-dev libglibmm-2.4-dev libxml2-dev
-  libcli11-dev libre2-dev libmicrohttpd-dev libxxhash-dev libsodium-dev libssl-dev
+  libcli11-dev libre2-dev libmicrohttpd-dev libxxhash-dev libsodium-dev nettle-dev
 )
 # The tests, benchmarks, checks, the package and the fuzzing.
 ci_packages=(

@@ -9,7 +9,6 @@
 
 #include "query/chunk_reader.h"
 #include "seal/seal_crypto.h"
-#include "verify/bulk_digest.h"
 #include "verify/journal_index.h"
 #include "verify/line_matching.h"
 
@@ -18,7 +17,7 @@ namespace sarvik::verify {
 // What one thread reuses from file to file, so that a file costs no fresh memory.
 struct HashScratch {
   query::ChunkReader reader;
-  BulkDigest digest;
+  SealDigest digest;
   std::string long_line;          // a line longer than the reader holds, gathered from its pieces
   std::vector<SealedLine> loose;  // seals of lines that no digest covers
 };

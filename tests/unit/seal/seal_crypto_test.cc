@@ -3,6 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <sodium.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
 #include <set>
 #include <string>
 #include <vector>
@@ -43,6 +48,27 @@ TEST_F(SealCrypto, ADigestIsTheFirstSixteenBytesOfSha256OfItsParts) {
   digest.add("\r\n", 2);
   EXPECT_EQ(hex(digest.finish()), "6f4792b265fe72790b344fd3ef529470");
   EXPECT_EQ(hex(digest.finish()), "e3b0c44298fc1c149afbf4c8996fb924");  // it began anew
+}
+
+// The sealer adds a line and its line end at a time, the verifier a whole block: both must come
+// to SHA-256 of the bytes, here libsodium's, across every boundary of SHA-256's 64-byte blocks.
+TEST_F(SealCrypto, ADigestIsSha256OfTheSameBytesInAnyParts) {
+  std::mt19937 random(7);
+  SealDigest digest;
+  for (size_t size : {0, 1, 55, 56, 63, 64, 65, 1000, 100000}) {
+    std::string bytes(size, '\0');
+    for (char& byte : bytes) byte = static_cast<char>(random());
+    for (size_t at = 0; at < size;) {
+      const size_t part = std::min<size_t>(size - at, 1 + random() % 200);
+      digest.add(bytes.data() + at, part);
+      at += part;
+    }
+    uint8_t full[crypto_hash_sha256_BYTES];
+    crypto_hash_sha256(full, reinterpret_cast<const unsigned char*>(bytes.data()), size);
+    SealHash expected;
+    memcpy(expected.data(), full, expected.size());
+    EXPECT_EQ(hex(digest.finish()), hex(expected)) << size;
+  }
 }
 
 TEST_F(SealCrypto, EachLogHasAChainOfItsOwnAndEachKeyOneFingerprint) {
