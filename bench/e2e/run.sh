@@ -193,9 +193,15 @@ measure_rss() {  # server
 }
 
 : >"$results/passes.txt"
+# Every other repetition takes the servers in the opposite order, so that no server always
+# meets the machine as the one before it left it.
+reversed=()
+for ((i = ${#servers[@]} - 1; i >= 0; i--)); do reversed+=("${servers[$i]}"); done
 for rep in $(seq "$reps"); do
+  order=("${servers[@]}")
+  if ((rep % 2 == 0)); then order=("${reversed[@]}"); fi
   for clients in 1 2; do
-    for server in "${servers[@]}"; do
+    for server in "${order[@]}"; do
       line=$(measure "$server" "$clients")
       echo "rep=$rep $line" >>"$results/passes.txt"
       echo "rep=$rep $line" >&2
