@@ -11,20 +11,21 @@
 #include "testing/file_size_limit.h"
 #include "testing/file_text.h"
 #include "testing/temp_dir.h"
+#include "testing/test_times.h"
 #include "testing/time_zone.h"
 
 namespace sarvik {
 namespace {
 
 using ::sarvik::testing::FileSizeLimit;
+using ::sarvik::testing::kApril1st;
+using ::sarvik::testing::kMarch4th;
 using ::sarvik::testing::make_dirs;
 using ::sarvik::testing::read_file;
 using ::sarvik::testing::ScopedTimeZone;
 using ::sarvik::testing::TempDir;
 using ::sarvik::testing::write_file;
 
-constexpr time_t kMarch4th = 1488630896;  // 2017-03-04 12:34:56 UTC
-constexpr time_t kApril1st = 1491004800;  // 2017-04-01 00:00:00 UTC
 constexpr time_t kAYearOn = kMarch4th + 400 * 86400;
 
 // What the sealer was told, copied.

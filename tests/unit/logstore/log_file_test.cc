@@ -13,6 +13,7 @@
 #include "testing/file_size_limit.h"
 #include "testing/file_text.h"
 #include "testing/temp_dir.h"
+#include "testing/test_times.h"
 #include "testing/time_zone.h"
 
 namespace sarvik {
@@ -21,6 +22,7 @@ namespace {
 using ::sarvik::testing::exists;
 using ::sarvik::testing::file_mode;
 using ::sarvik::testing::FileSizeLimit;
+using ::sarvik::testing::kMarch4th;
 using ::sarvik::testing::list_dir;
 using ::sarvik::testing::make_dirs;
 using ::sarvik::testing::read_file;
@@ -28,7 +30,6 @@ using ::sarvik::testing::ScopedTimeZone;
 using ::sarvik::testing::TempDir;
 using ::sarvik::testing::write_file;
 
-constexpr time_t kMarch4th = 1488630896;  // 2017-03-04 12:34:56 UTC
 constexpr char kBom[] = "\xEF\xBB\xBF";
 constexpr char kMarchFile[] = "system_20170304123456.csv";
 

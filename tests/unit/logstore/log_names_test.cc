@@ -3,17 +3,18 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/test_times.h"
 #include "testing/time_zone.h"
 
 namespace sarvik {
 namespace {
 
 using ::sarvik::testing::kBerlin;
+using ::sarvik::testing::kMarch4th;
 using ::sarvik::testing::kTokyo;
 using ::sarvik::testing::kUtc;
 using ::sarvik::testing::ScopedTimeZone;
 
-constexpr time_t kMarch4th = 1488630896;     // 2017-03-04 12:34:56 UTC
 constexpr time_t kJune30th = 1498865400;     // 2017-06-30 23:30:00 UTC
 constexpr time_t kYear10000 = 253402300800;  // 10000-01-01 00:00:00 UTC
 

@@ -19,6 +19,7 @@
 #include "testing/file_text.h"
 #include "testing/journal_text.h"
 #include "testing/temp_dir.h"
+#include "testing/test_times.h"
 #include "testing/time_zone.h"
 
 namespace sarvik {
@@ -26,6 +27,8 @@ namespace {
 
 using ::sarvik::testing::exists;
 using ::sarvik::testing::FileSizeLimit;
+using ::sarvik::testing::kApril1st;
+using ::sarvik::testing::kMarch4th;
 using ::sarvik::testing::list_dir;
 using ::sarvik::testing::make_dirs;
 using ::sarvik::testing::read_file;
@@ -33,8 +36,6 @@ using ::sarvik::testing::ScopedTimeZone;
 using ::sarvik::testing::TempDir;
 using ::sarvik::testing::write_file;
 
-constexpr time_t kMarch4th = 1488630896;  // 2017-03-04 12:34:56 UTC
-constexpr time_t kApril1st = 1491004800;  // 2017-04-01 00:00:00 UTC
 constexpr char kMarchFile[] = "201703/access_20170304123456.csv";
 constexpr int kAccessChain = 1;
 

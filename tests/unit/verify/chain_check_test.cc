@@ -17,17 +17,18 @@
 #include "seal/sealer.h"
 #include "testing/file_text.h"
 #include "testing/temp_dir.h"
+#include "testing/test_times.h"
 #include "testing/time_zone.h"
 
 namespace sarvik::verify {
 namespace {
 
+using ::sarvik::testing::kMarch4th;
 using ::sarvik::testing::make_dirs;
 using ::sarvik::testing::read_file;
 using ::sarvik::testing::TempDir;
 using ::sarvik::testing::write_file;
 
-constexpr time_t kMarch4th = 1488630896;
 constexpr int kAccess = 1;
 
 class ChainCheck : public ::testing::Test {

@@ -21,6 +21,7 @@
 #include "seal/sealer.h"
 #include "testing/file_text.h"
 #include "testing/temp_dir.h"
+#include "testing/test_times.h"
 #include "testing/time_zone.h"
 #include "verify/file_check.h"
 
@@ -28,14 +29,14 @@ namespace sarvik::verify {
 namespace {
 
 using ::sarvik::testing::exists;
+using ::sarvik::testing::kApril1st;
+using ::sarvik::testing::kMarch4th;
 using ::sarvik::testing::make_dirs;
 using ::sarvik::testing::read_file;
 using ::sarvik::testing::ScopedTimeZone;
 using ::sarvik::testing::TempDir;
 using ::sarvik::testing::write_file;
 
-constexpr time_t kMarch4th = 1488630896;  // 2017-03-04 12:34:56 UTC
-constexpr time_t kApril1st = 1491004800;  // 2017-04-01 00:00:00 UTC
 const char kMarch[] = "accesslog/201703/access_20170304123456.csv";
 const char kApril[] = "accesslog/201704/access_20170401000000.csv";
 const char kNotProven[] =
